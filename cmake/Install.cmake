@@ -1,0 +1,24 @@
+include(CMakePackageConfigHelpers)
+
+install(TARGETS tessel EXPORT TesselTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY include/tessel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/resources)
+  install(DIRECTORY resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/tessel)
+endif()
+
+install(EXPORT TesselTargets NAMESPACE Tessel::
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tessel)
+configure_package_config_file(cmake/TesselConfig.cmake.in
+  ${CMAKE_CURRENT_BINARY_DIR}/TesselConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tessel)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/TesselConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/TesselConfig.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/TesselConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tessel)
+
+configure_file(cmake/tessel.pc.in ${CMAKE_CURRENT_BINARY_DIR}/tessel.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tessel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

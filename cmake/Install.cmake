@@ -1,5 +1,8 @@
 include(CMakePackageConfigHelpers)
 
+# The public headers need C++20; say so to targets that link the installed package.
+target_compile_features(tessel PUBLIC cxx_std_20)
+
 install(TARGETS tessel EXPORT TesselTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -20,5 +23,14 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/TesselConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/TesselConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tessel)
 
+# The .pc file finds its prefix from its own folder, so an install made with
+# `cmake --install --prefix <elsewhere>` still points at its own headers and library.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(TESSEL_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+else()
+  file(RELATIVE_PATH tessel_pc_up "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+  string(REGEX REPLACE "/$" "" tessel_pc_up "${tessel_pc_up}")
+  set(TESSEL_PC_PREFIX "\${pcfiledir}/${tessel_pc_up}")
+endif()
 configure_file(cmake/tessel.pc.in ${CMAKE_CURRENT_BINARY_DIR}/tessel.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tessel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,13 @@
+// Uses the installed headers and library the way a host application would.
+#include <tessel/Tessel.h>
+
+#include <iostream>
+
+int main() {
+    const Tessel::eCompressionType jpeg2000 = Tessel::ToCompressionType("C8");
+    const Tessel::eCompressionType masked = Tessel::ToCompressionType("M8");
+    std::cout << "C8 -> " << static_cast<int>(jpeg2000) << " " << Tessel::ToString(jpeg2000)
+              << "\n";
+    std::cout << "M8 masked: " << (Tessel::isMasked(masked) ? "yes" : "no") << "\n";
+    return jpeg2000 == Tessel::eCompressionC8 ? 0 : 1;
+}

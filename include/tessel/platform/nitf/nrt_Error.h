@@ -9,7 +9,7 @@ extern "C" {
 #define NRT_MAX_PATH 1024
 #define NRT_MAX_EMESSAGE 1024
 
-typedef struct _NRT_Error {
+typedef struct nrt_Error {
     char message[NRT_MAX_EMESSAGE + 1];
     char file[NRT_MAX_PATH + 1];
     int line;

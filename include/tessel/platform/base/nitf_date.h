@@ -27,7 +27,8 @@ public:
     // Accepts NITF 2.10 "CCYYMMDDhhmmss" (unknown digits as "-"), NITF 2.00
     // "DDhhmmssZMONYY", ISO 8601 ("2012-05-04T10:11:12.5Z", "2012-05-04 10:11:12",
     // "2012-05-04") and the text form of a file time (what to_string gives).
-    // Bad text gives an invalid date; it never throws.
+    // A zone offset ("+02:00") is applied, so that the date is in UTC. Surrounding
+    // white space is ignored. Bad text gives an invalid date; it never throws.
     static nitf_date parse(std::string_view text);
     static nitf_date parse(std::wstring_view text);
 
@@ -48,9 +49,11 @@ public:
     double second() const { return second_; }
     uint8_t unknown_parts() const { return unknown_; }
 
-    // Milliseconds since 1970-01-01T00:00:00, truncated toward zero.
+    // Milliseconds since 1970-01-01T00:00:00, truncated toward zero; 0 for an invalid date.
     int64_t msSince1970() const;
-    // The same date moved by a number of milliseconds.
+    // The same date moved by a number of milliseconds, held to the microsecond; the
+    // unknown parts are cleared. An invalid date stays invalid. Throws std::out_of_range
+    // when the result falls outside the years 1400..9999.
     nitf_date plusMilliseconds(int64_t ms) const;
 
     // ISO 8601 "CCYY-MM-DDThh:mm:ss" with a fraction of a second when there is one;
@@ -58,6 +61,8 @@ public:
     std::string to_string() const;
     std::wstring to_wstring() const;
 
+    // Invalid dates are equal to each other and unordered against valid ones; valid
+    // dates order by time, then by their unknown parts.
     bool operator==(const nitf_date& other) const;
     std::partial_ordering operator<=>(const nitf_date& other) const;
 

@@ -38,6 +38,10 @@ extern "C" {
 
 #define NITF_TRE_HASH_SIZE 8
 
+/* Construct with the layout's own length. */
+#define NITF_TRE_DEFAULT_LENGTH 0
+#define NITF_TRE_END NULL
+
 /* One entry of a description: a field (type, width, label, name), or a loop, if or end. */
 typedef struct _nitf_TREDescription {
     int data_type;
@@ -77,12 +81,12 @@ typedef struct _nitf_TREEnumerator {
 } nitf_TREEnumerator;
 
 typedef NITF_BOOL (*NITF_TRE_INIT)(struct _nitf_TRE* tre, const char* id, nitf_Error* error);
-typedef const char* (*NITF_TRE_ID_GETTER)(struct _nitf_TRE* tre);
+typedef const char* (*NITF_TRE_ID_GET)(struct _nitf_TRE* tre);
 typedef NITF_BOOL (*NITF_TRE_READER)(nitf_IOInterface* io, uint32_t length, struct _nitf_TRE* tre,
                                      struct _nitf_Record* record, nitf_Error* error);
-typedef NITF_BOOL (*NITF_TRE_FIELD_SETTER)(struct _nitf_TRE* tre, const char* tag, NITF_DATA* data,
-                                           size_t dataLength, nitf_Error* error);
-typedef nitf_Field* (*NITF_TRE_FIELD_GETTER)(struct _nitf_TRE* tre, const char* tag);
+typedef NITF_BOOL (*NITF_TRE_FIELD_SET)(struct _nitf_TRE* tre, const char* tag, NITF_DATA* data,
+                                        size_t dataLength, nitf_Error* error);
+typedef nitf_Field* (*NITF_TRE_FIELD_GET)(struct _nitf_TRE* tre, const char* tag);
 typedef nitf_List* (*NITF_TRE_FIND)(struct _nitf_TRE* tre, const char* pattern, nitf_Error* error);
 typedef NITF_BOOL (*NITF_TRE_WRITER)(nitf_IOInterface* io, struct _nitf_TRE* tre,
                                      struct _nitf_Record* record, nitf_Error* error);
@@ -96,10 +100,10 @@ typedef void (*NITF_TRE_DESTRUCT)(struct _nitf_TRE* tre);
  * basic handler). */
 typedef struct _nitf_TREHandler {
     NITF_TRE_INIT init;
-    NITF_TRE_ID_GETTER getID;
+    NITF_TRE_ID_GET getID;
     NITF_TRE_READER read;
-    NITF_TRE_FIELD_SETTER setField;
-    NITF_TRE_FIELD_GETTER getField;
+    NITF_TRE_FIELD_SET setField;
+    NITF_TRE_FIELD_GET getField;
     NITF_TRE_FIND find;
     NITF_TRE_WRITER write;
     NITF_TRE_ITERATOR begin;

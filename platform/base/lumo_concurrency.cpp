@@ -4,8 +4,11 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdlib>
+#include <functional>
 #include <map>
 #include <system_error>
+
+#include "tessel/platform/base/lumo_system.h"
 
 namespace lumo_concurrency {
 
@@ -28,7 +31,9 @@ track_span::track_span(unsigned channel, const std::string_view& name) : channel
     }
 }
 
-track_span::~track_span() { end(); }
+track_span::~track_span() {
+    end();
+}
 
 void track_span::end() {
     if (!open_) {
@@ -53,7 +58,9 @@ execution_context::~execution_context() = default;
 execution_context_fg::execution_context_fg() = default;
 execution_context_fg::~execution_context_fg() = default;
 
-void execution_context_fg::acquire(std::unique_lock<std::mutex>& lock) { lock.lock(); }
+void execution_context_fg::acquire(std::unique_lock<std::mutex>& lock) {
+    lock.lock();
+}
 
 execution_context_bg::execution_context_bg(std::function<void()> callback)
     : execution_context(std::move(callback)) {}
@@ -114,7 +121,7 @@ public:
 
     bool contains(const ttl_cache_storage_base* storage) {
         std::lock_guard lock(mutex_);
-        return registry_.count(const_cast<ttl_cache_storage_base*>(storage)) != 0;
+        return registry_.find(storage) != registry_.end();
     }
 
     nanoseconds period() {
@@ -126,9 +133,9 @@ private:
     sweeper() = default;
 
     nanoseconds period_locked() const {
-        const auto shortest = std::min_element(
-            registry_.begin(), registry_.end(),
-            [](const auto& a, const auto& b) { return a.second < b.second; });
+        const auto shortest =
+            std::min_element(registry_.begin(), registry_.end(),
+                             [](const auto& a, const auto& b) { return a.second < b.second; });
         return ttl_cache_base::period_for(shortest->second);
     }
 
@@ -147,6 +154,11 @@ private:
     }
 
     void run() {
+        try {
+            lumo_system::set_thread_name(L"Lumo TTL Sweep");
+        } catch (...) {
+            // A thread without a name sweeps as well.
+        }
         std::unique_lock lock(mutex_);
         auto last = std::chrono::steady_clock::now();
         while (!stopping_) {
@@ -201,7 +213,7 @@ private:
     std::condition_variable wake_;    // registrations and stopping
     std::condition_variable swept_;   // a sweep has ended
     std::condition_variable exited_;  // the thread has left
-    std::map<ttl_cache_storage_base*, nanoseconds> registry_;
+    std::map<ttl_cache_storage_base*, nanoseconds, std::less<>> registry_;
     ttl_cache_storage_base* current_ = nullptr;  // being swept now, outside the lock
     std::thread::id thread_id_;
     bool running_ = false;
@@ -228,7 +240,9 @@ bool ttl_cache_base::is_registered(const ttl_cache_storage_base* storage) {
     return service != nullptr && service->contains(storage);
 }
 
-nanoseconds ttl_cache_base::default_ttl() { return std::chrono::seconds(5); }
+nanoseconds ttl_cache_base::default_ttl() {
+    return std::chrono::seconds(5);
+}
 
 nanoseconds ttl_cache_base::sweep_period() {
     sweeper* const service = sweeper::existing();

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <pthread.h>
 #include <atomic>
 #include <chrono>
 #include <future>
 #include <memory>
+#include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -83,10 +86,11 @@ TEST(TtlCacheConcurrency, ExpiredValueDestructorMayUseTheCacheFromAnotherThread)
     std::atomic<int> outcome{0};  // 1: the insert went through, 2: it was blocked
     ttl_cache<int, OnDestroy> cache(20ms);
     cache.insert(1, OnDestroy([&] {
-        auto insert = std::async(std::launch::async, [&] { cache.insert(2, OnDestroy()); });
-        outcome.store(insert.wait_for(1s) == std::future_status::ready ? 1 : 2);
-        insert.wait();
-    }));
+                     auto insert =
+                         std::async(std::launch::async, [&] { cache.insert(2, OnDestroy()); });
+                     outcome.store(insert.wait_for(1s) == std::future_status::ready ? 1 : 2);
+                     insert.wait();
+                 }));
     ASSERT_TRUE(eventually([&] { return outcome.load() != 0; }));
     EXPECT_EQ(outcome.load(), 1);
 }
@@ -94,12 +98,31 @@ TEST(TtlCacheConcurrency, ExpiredValueDestructorMayUseTheCacheFromAnotherThread)
 TEST(TtlCacheConcurrency, ExpiredValueDestructorMayMakeAndDropCaches) {
     std::atomic<bool> done{false};
     ttl_cache<int, OnDestroy> cache(20ms);
-    cache.insert(1, OnDestroy([&] {
-        ttl_cache<int, int> inner(30ms);  // registers and unregisters on the sweeping thread
-        inner.insert(1, 1);
-        done.store(true);
-    }));
+    cache.insert(
+        1, OnDestroy([&] {
+            ttl_cache<int, int> inner(30ms);  // registers and unregisters on the sweeping thread
+            inner.insert(1, 1);
+            done.store(true);
+        }));
     EXPECT_TRUE(eventually([&] { return done.load(); }));
+}
+
+TEST(TtlCacheConcurrency, ExpiredValuesDieOnTheNamedSweepingThread) {
+    std::mutex mutex;
+    std::string name;
+    ttl_cache<int, OnDestroy> cache(20ms);
+    cache.insert(1, OnDestroy([&] {
+                     char buffer[16] = {};
+                     pthread_getname_np(pthread_self(), buffer, sizeof buffer);
+                     std::lock_guard lock(mutex);
+                     name = buffer;
+                 }));
+    ASSERT_TRUE(eventually([&] {
+        std::lock_guard lock(mutex);
+        return !name.empty();
+    }));
+    std::lock_guard lock(mutex);
+    EXPECT_EQ(name, "Lumo TTL Sweep");
 }
 
 TEST(TtlCacheConcurrency, UnregisterStopsSweeping) {

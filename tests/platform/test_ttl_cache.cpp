@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -7,7 +8,6 @@
 #include <memory>
 #include <string>
 #include <thread>
-#include <unistd.h>
 
 #include "tessel/platform/base/lumo_concurrency.h"
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -185,20 +186,15 @@ public:
     // back to this storage.
     template <class Predicate>
     size_t sweep_if(Predicate&& expired) {
-        entry_set gone;
-        {
-            std::lock_guard lock(mutex_);
-            entry_set kept;
-            while (!entries_.empty()) {
-                auto node = entries_.extract(entries_.begin());
-                // Entries leave in key order, so each goes to the end of its new set.
-                if (expired(node.value())) {
-                    gone.insert(gone.end(), std::move(node));
-                } else {
-                    kept.insert(kept.end(), std::move(node));
-                }
+        entry_set gone;  // declared before the lock, so destroyed after its release
+        std::lock_guard lock(mutex_);
+        for (auto it = entries_.begin(); it != entries_.end();) {
+            const auto next = std::next(it);
+            if (expired(*it)) {
+                // Entries leave in key order, so each goes to the end.
+                gone.insert(gone.end(), entries_.extract(it));
             }
-            entries_.swap(kept);
+            it = next;
         }
         return gone.size();
     }
@@ -272,9 +268,9 @@ public:
         if (found == entries.end()) {
             return std::nullopt;
         }
+        std::optional<Value> copy(found->value);  // before the entry is taken out
         auto node = entries.extract(found);
         node.value().time_stamp = detail::steady_now();
-        std::optional<Value> copy(node.value().value);
         entries.insert(std::move(node));
         return copy;
     }

@@ -20,6 +20,7 @@
 
 #include <fmt/format.h>
 
+#include "platform/nitf/tres/BuiltinTREs.h"
 #include "tessel/platform/base/nitf_log.h"
 #include "tessel/platform/nitf/nitf_PluginRegistry.h"
 #include "tessel/platform/nitf/nitf_TREUtils.h"
@@ -182,6 +183,7 @@ nitf_PluginRegistry* nitf_PluginRegistry_getInstance(nitf_Error* error) {
         noRegistry(error);
         return nullptr;
     }
+    [[maybe_unused]] static const bool builtins = (tessel_registerBuiltinTREs(error), true);
     searchPluginPath(*reg);
     return &reg->shared;
 }

@@ -1,10 +1,8 @@
-// The list of built-in description sets, their registration, and the helpers the tables'
-// count functions use.
+// The list of built-in description sets and their registration.
 
 #include "platform/nitf/tres/BuiltinTREs.h"
 
 #include <iterator>
-#include <string>
 
 #include "tessel/platform/nitf/nitf_PluginRegistry.h"
 
@@ -53,19 +51,15 @@ const NamedSet* builtinSets(size_t* count) {
     return kBuiltinSets;
 }
 
-const char* loopCount(LoopCountFunction function) {
-    // NITRO's convention: a NITF_FUNCTION loop carries its count function in the tag.
-    return reinterpret_cast<const char*>(function);
-}
-
-int intField(nitf_TRE* tre, const char* name, const char* suffix, nitf_Error* error) {
-    const std::string fullName = std::string(name) + suffix;
-    nitf_Field* field = nitf_TRE_getField(tre, fullName.c_str());
-    int32_t value = 0;
-    if (field == nullptr || !nitf_Field_get(field, &value, NITF_CONV_INT, sizeof value, error)) {
-        return 0;
-    }
-    return value;
-}
-
 }  // namespace tessel::tres
+
+void tessel_registerBuiltinTREs(nitf_Error* error) {
+    size_t count = 0;
+    const tessel::tres::NamedSet* sets = tessel::tres::builtinSets(&count);
+    for (size_t i = 0; i < count; ++i) {
+        // A name registered already keeps its handler.
+        if (!nitf_PluginRegistry_registerDescriptionSet(sets[i].name, sets[i].set, error)) {
+            return;
+        }
+    }
+}

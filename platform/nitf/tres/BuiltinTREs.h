@@ -3,6 +3,7 @@
 // extension, and their registration with the TRE handler registry.
 
 #include "tessel/platform/nitf/nitf_TRE.h"
+#include "tessel/platform/nitf/nitf_TREUtils.h"  // NITF_TRE_LOOP_EXPRESSION
 
 namespace tessel::tres {
 
@@ -49,17 +50,6 @@ struct NamedSet {
 
 // Every built-in set, once each.
 const NamedSet* builtinSets(size_t* count);
-
-// A loop count computed from the TRE's fields; idx holds the "[i]" subscripts of the
-// enclosing loops, outermost first, and depth how many of them there are.
-using LoopCountFunction = int (*)(nitf_TRE* tre, char idx[10][10], int depth, nitf_Error* error);
-
-// The function as the tag of a NITF_FUNCTION loop entry.
-const char* loopCount(LoopCountFunction function);
-
-// The integer value of the field named name + suffix (e.g. "NXPTS" + "[2]"); 0 when the
-// field is missing or not a number.
-int intField(nitf_TRE* tre, const char* name, const char* suffix, nitf_Error* error);
 
 }  // namespace tessel::tres
 

@@ -6,16 +6,6 @@
 
 namespace {
 
-using tessel::tres::loopCount;
-
-// Elements of the upper triangle of an NPART by NPART matrix.
-int covarianceElements(nitf_TRE* tre, char idx[10][10], int depth, nitf_Error* error) {
-    (void)idx;
-    (void)depth;
-    const int parameters = tessel::tres::intField(tre, "NPART", "", error);
-    return (parameters + 1) * parameters / 2;
-}
-
 nitf_TREDescription description[] = {
     {NITF_BCS_A, 80, "Image identifier", "IID", nullptr},
     {NITF_BCS_A, 40, "Model edition identifier", "EDITION", nullptr},
@@ -75,7 +65,8 @@ nitf_TREDescription description[] = {
     {NITF_BCS_A, 2, "Parameter index: ground Z from X", "GZX", nullptr},
     {NITF_BCS_A, 2, "Parameter index: ground Z from Y", "GZY", nullptr},
     {NITF_BCS_A, 2, "Parameter index: ground Z from Z", "GZZ", nullptr},
-    {NITF_LOOP, 0, NITF_FUNCTION, loopCount(&covarianceElements), nullptr},
+    // the upper triangle of the NPART by NPART matrix
+    {NITF_LOOP, 0, NITF_TRE_LOOP_EXPRESSION, "NPART 1 + NPART * 2 /", nullptr},
     {NITF_BCS_A, 21, "Covariance element", "DERCOV", nullptr},
     {NITF_ENDLOOP, 0, nullptr, nullptr, nullptr},
     {NITF_END, 0, nullptr, nullptr, nullptr},

@@ -6,23 +6,6 @@
 
 namespace {
 
-using tessel::tres::loopCount;
-
-// Elements of the upper triangle of the subgroup's NUMOPG by NUMOPG matrix.
-int subgroupCovarianceElements(nitf_TRE* tre, char idx[10][10], int depth, nitf_Error* error) {
-    (void)depth;
-    const int parameters = tessel::tres::intField(tre, "NUMOPG", idx[0], error);
-    return (parameters + 1) * parameters / 2;
-}
-
-// Elements of the NPAR by NPAR0 mapping matrix.
-int mappingElements(nitf_TRE* tre, char idx[10][10], int depth, nitf_Error* error) {
-    (void)idx;
-    (void)depth;
-    return tessel::tres::intField(tre, "NPAR", "", error) *
-           tessel::tres::intField(tre, "NPAR0", "", error);
-}
-
 nitf_TREDescription description[] = {
     {NITF_BCS_A, 80, "Image identifier", "IID", nullptr},
     {NITF_BCS_A, 40, "Model edition identifier", "EDITION", nullptr},
@@ -84,7 +67,8 @@ nitf_TREDescription description[] = {
     {NITF_BCS_A, 2, "Parameter index: ground Z from Z", "GZZ", nullptr},
     {NITF_LOOP, 0, nullptr, "IGN", nullptr},
     {NITF_BCS_N, 2, "Original parameters in the subgroup", "NUMOPG", nullptr},
-    {NITF_LOOP, 0, NITF_FUNCTION, loopCount(&subgroupCovarianceElements), nullptr},
+    // the upper triangle of the subgroup's NUMOPG by NUMOPG matrix
+    {NITF_LOOP, 0, NITF_TRE_LOOP_EXPRESSION, "NUMOPG 1 + NUMOPG * 2 /", nullptr},
     {NITF_BCS_A, 21, "Covariance element", "ERRCVG", nullptr},
     {NITF_ENDLOOP, 0, nullptr, nullptr, nullptr},
     {NITF_BCS_N, 1, "Time correlation domain", "TCDF", nullptr},
@@ -94,7 +78,8 @@ nitf_TREDescription description[] = {
     {NITF_BCS_A, 21, "Segment tau, seconds", "TAUSEG", nullptr},
     {NITF_ENDLOOP, 0, nullptr, nullptr, nullptr},
     {NITF_ENDLOOP, 0, nullptr, nullptr, nullptr},
-    {NITF_LOOP, 0, NITF_FUNCTION, loopCount(&mappingElements), nullptr},
+    // the NPAR by NPAR0 mapping matrix
+    {NITF_LOOP, 0, NITF_TRE_LOOP_EXPRESSION, "NPAR NPAR0 *", nullptr},
     {NITF_BCS_A, 21, "Mapping matrix element", "MAP", nullptr},
     {NITF_ENDLOOP, 0, nullptr, nullptr, nullptr},
     {NITF_ENDIF, 0, nullptr, nullptr, nullptr},

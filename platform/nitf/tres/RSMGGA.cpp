@@ -6,16 +6,6 @@
 
 namespace {
 
-using tessel::tres::loopCount;
-
-// Grid points of one plane: NXPTS times NYPTS of that plane.
-int pointsInPlane(nitf_TRE* tre, char idx[10][10], int depth, nitf_Error* error) {
-    (void)depth;
-    const int columns = tessel::tres::intField(tre, "NXPTS", idx[0], error);
-    const int rows = tessel::tres::intField(tre, "NYPTS", idx[0], error);
-    return columns * rows;
-}
-
 nitf_TREDescription description[] = {
     {NITF_BCS_A, 80, "Image identifier", "IID", nullptr},
     {NITF_BCS_A, 40, "Model edition identifier", "EDITION", nullptr},
@@ -37,6 +27,7 @@ nitf_TREDescription description[] = {
     {NITF_BCS_N, 2, "Digits of a column coordinate", "TNUMCD", nullptr},
     {NITF_BCS_N, 1, "Fraction digits of a row coordinate", "FNUMRD", nullptr},
     {NITF_BCS_N, 1, "Fraction digits of a column coordinate", "FNUMCD", nullptr},
+    // an offset for each plane after the first
     {NITF_LOOP, 0, "- 1", "NPLN", nullptr},
     {NITF_BCS_N, 4, "X offset of the plane's first point, in grid steps", "IXO", nullptr},
     {NITF_BCS_N, 4, "Y offset of the plane's first point, in grid steps", "IYO", nullptr},
@@ -44,7 +35,8 @@ nitf_TREDescription description[] = {
     {NITF_LOOP, 0, nullptr, "NPLN", nullptr},
     {NITF_BCS_N, 3, "Grid points along X", "NXPTS", nullptr},
     {NITF_BCS_N, 3, "Grid points along Y", "NYPTS", nullptr},
-    {NITF_LOOP, 0, NITF_FUNCTION, loopCount(&pointsInPlane), nullptr},
+    // the grid points of the plane: NXPTS times NYPTS
+    {NITF_LOOP, 0, NITF_TRE_LOOP_EXPRESSION, "NXPTS NYPTS *", nullptr},
     {NITF_BCS_A, NITF_TRE_CONDITIONAL_LENGTH, "Row of the grid point", "RCOORD", "TNUMRD"},
     {NITF_BCS_A, NITF_TRE_CONDITIONAL_LENGTH, "Column of the grid point", "CCOORD", "TNUMCD"},
     {NITF_ENDLOOP, 0, nullptr, nullptr, nullptr},

@@ -1,6 +1,7 @@
 #pragma once
-/* The process-wide registry of TRE handlers, by TRE name. Registering a name twice keeps
- * both; lookups find the earliest registration. */
+/* The process-wide registry of TRE handlers, by TRE name. The first registration of a name
+ * wins; later ones for the same name are ignored. Registration is thread-safe; lookups take a
+ * shared lock only. */
 
 #include "tessel/platform/nitf/nitf_TRE.h"
 
@@ -26,15 +27,34 @@ typedef void (*NITF_PLUGIN_CLEANUP_FUNCTION)(void);
 typedef nitf_TREHandler* (*NITF_PLUGIN_TRE_HANDLER_FUNCTION)(nitf_Error* error);
 
 typedef struct _nitf_PluginRegistry {
-    char path[NITF_MAX_PATH];
-    nitf_HashTable* treHandlers; /* TRE name -> NITF_PLUGIN_TRE_HANDLER_FUNCTION */
+    char path[NITF_MAX_PATH]; /* the plug-in folder searched at first use, with a final '/' */
+    /* TRE name -> NITF_PLUGIN_TRE_HANDLER_FUNCTION, one pair per name (the winner). Grows
+     * under the registry's lock: iterate it once registration is over. */
+    nitf_HashTable* treHandlers;
     nitf_HashTable* compressionHandlers;
     nitf_HashTable* decompressionHandlers;
-    nitf_List* dsos;
+    nitf_List* dsos; /* dlopen handles of the loaded plug-ins (never closed) */
 } nitf_PluginRegistry;
 
-/* The singleton, created on first use. */
+/* The singleton. Its first call loads every plug-in (".so") of the folder named by the
+ * environment variable NITF_PLUGIN_PATH; an unset, empty or missing folder loads nothing, and
+ * a plug-in that fails is logged and skipped. Registrations don't trigger that search. */
 nitf_PluginRegistry* nitf_PluginRegistry_getInstance(nitf_Error* error);
+
+/* Loads a plug-in: dlopen, then `<file name without ".so">_init`, whose identifiers must start
+ * with NITF_PLUGIN_TRE_KEY; each name's handler is the symbol `<name, blanks as '_'>_handler`.
+ * Fails with a message naming the file when any step fails (nothing is registered then). */
+NITF_BOOL nitf_PluginRegistry_loadPlugin(const char* fullPathName, nitf_Error* error);
+
+/* Loads every ".so" file of the folder in name order; one that fails is logged and skipped.
+ * Fails only when the folder can't be read. */
+NITF_BOOL nitf_PluginRegistry_loadDir(const char* dirName, nitf_Error* error);
+
+/* Makes a basic handler over the set (nitf_TREUtils_createBasicHandler) and registers it
+ * under name; registering one set under several names shares the handler. The set must live
+ * as long as the process. */
+NITF_BOOL nitf_PluginRegistry_registerDescriptionSet(const char* name, nitf_TREDescriptionSet* set,
+                                                     nitf_Error* error);
 
 /* Calls init, checks its key, and registers handler under each name it gives. */
 NITF_BOOL nitf_PluginRegistry_registerTREHandler(NITF_PLUGIN_INIT_FUNCTION init,

@@ -329,6 +329,14 @@ TEST(TREEngine, ConditionalLengthComesFromAnExpression) {
     nitf_TRE_destruct(&tre);
 }
 
+TEST(TREEngine, ConditionalLengthOfAFourPartEntryIsInItsLabel) {
+    Layouts layouts({field(NITF_BCS_N, 1, "N"),
+                     {NITF_BCS_A, NITF_TRE_CONDITIONAL_LENGTH, "N 2 *", "TEXT", nullptr}});
+    nitf_TRE* tre = layouts.read("2abcd");
+    EXPECT_EQ(text(tre, "TEXT"), "abcd");
+    nitf_TRE_destruct(&tre);
+}
+
 TEST(TREEngine, RestFieldTakesTheRemainingBytes) {
     Layouts layouts({field(NITF_BCS_A, 2, "HEAD"), field(NITF_BCS_A, NITF_TRE_GOBBLE, "REST")});
     nitf_TRE* tre = layouts.read("HIrest of it");
@@ -669,6 +677,36 @@ TEST(TREEngine, ParseWorksOnTheDefaultDescription) {
     EXPECT_FALSE(nitf_TREUtils_parse(tre, buffer.data(), &error));
     EXPECT_NE(std::string(error.message).find("TTENG"), std::string::npos) << error.message;
     nitf_TRE_destruct(&tre);
+}
+
+TEST(TREEngine, AnyBytesAreWrittenBackUnchanged) {
+    // Parsed or kept raw, a TRE read from arbitrary bytes writes the same bytes.
+    Layouts layouts({field(NITF_BCS_N, 1, "N"), loop(nullptr, "N"), field(NITF_BINARY, 2, "M"),
+                     when("& 0x0001", "M"), field(NITF_BCS_N, 1, "L"),
+                     field(NITF_BCS_A, NITF_TRE_CONDITIONAL_LENGTH, "S", "L 1 +"), kEndIf, kEndLoop,
+                     field(NITF_BINARY, NITF_TRE_GOBBLE, "REST")});
+    unsigned seed = 12345;
+    auto next = [&seed] {
+        seed = seed * 1103515245u + 12345u;
+        return static_cast<char>((seed >> 16) & 0xff);
+    };
+    int parsed = 0;
+    for (int round = 0; round < 400; ++round) {
+        std::string data(static_cast<size_t>(round % 23), '\0');
+        for (char& c : data) {
+            c = next();
+        }
+        if (round % 2 == 0 && !data.empty()) {
+            data[0] = static_cast<char>('0' + round % 4);
+        }
+        nitf_TRE* tre = layouts.read(data);
+        parsed += isRaw(tre) ? 0 : 1;
+        EXPECT_EQ(written(tre), data) << round;
+        EXPECT_EQ(nitf_TRE_getCurrentSize(tre, nullptr), static_cast<int>(data.size())) << round;
+        nitf_TRE_destruct(&tre);
+    }
+    EXPECT_GT(parsed, 0);
+    EXPECT_LT(parsed, 400);
 }
 
 TEST(TREEngine, EmptyDescriptionSetIsRefused) {

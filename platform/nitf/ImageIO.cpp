@@ -200,7 +200,7 @@ bool readMaskTable(nitf_ImageIO* io, nitf_IOInterface* input, nitf_Error* error)
     const uint8_t* records = table.data() + padBytes;
     io->blockMask.assign(io->blockCount + 1, 0);
     for (uint32_t b = 0; b < io->blockCount; ++b) {
-        io->blockMask[b] = io->blockRecordLength == 4 ? bigEndian32(records + 4 * b)
+        io->blockMask[b] = io->blockRecordLength == 4 ? bigEndian32(records + size_t{4} * b)
                                                       : uint64_t{b} * io->storedBlockBytes;
     }
     io->blockMask[io->blockCount] =
@@ -209,7 +209,7 @@ bool readMaskTable(nitf_ImageIO* io, nitf_IOInterface* input, nitf_Error* error)
         const uint8_t* pads = records + uint64_t{io->blockRecordLength} * io->blockCount;
         io->padMask.resize(io->blockCount);
         for (uint32_t b = 0; b < io->blockCount; ++b) {
-            io->padMask[b] = bigEndian32(pads + 4 * b);
+            io->padMask[b] = bigEndian32(pads + size_t{4} * b);
         }
     }
     return true;

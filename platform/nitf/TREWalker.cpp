@@ -409,6 +409,8 @@ private:
     }
 
     std::optional<std::int64_t> functionCount(const nitf_TREDescription& entry) {
+        // Description tables carry a count function in their text slot, as NITRO does.
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
         auto function = reinterpret_cast<NITF_TRE_CURSOR_COUNT_FUNCTION>(
             reinterpret_cast<std::uintptr_t>(entry.tag));
         if (function == nullptr) {
@@ -489,18 +491,24 @@ private:
             return (mask & static_cast<std::uint64_t>(value)) != 0;
         }
         std::int64_t limit = leadingInteger(operand);
-        if (op == "<")
+        if (op == "<") {
             return value < limit;
-        if (op == ">")
+        }
+        if (op == ">") {
             return value > limit;
-        if (op == "<=")
+        }
+        if (op == "<=") {
             return value <= limit;
-        if (op == ">=")
+        }
+        if (op == ">=") {
             return value >= limit;
-        if (op == "==")
+        }
+        if (op == "==") {
             return value == limit;
-        if (op == "!=")
+        }
+        if (op == "!=") {
             return value != limit;
+        }
         fail(fmt::format("condition '{}' has the unknown operator '{}'", label, op));
         return std::nullopt;
     }

@@ -23,15 +23,15 @@ extern "C" {
 #define NITF_END 8
 
 /* Widths with a meaning: the rest of the TRE, or the value of the entry's expression. */
-#define NITF_TRE_GOBBLE -1
-#define NITF_TRE_CONDITIONAL_LENGTH -100
+#define NITF_TRE_GOBBLE (-1)
+#define NITF_TRE_CONDITIONAL_LENGTH (-100)
 
 /* Loop labels: a literal count, or a function computing it. */
 #define NITF_CONST_N "CONSTANT"
 #define NITF_FUNCTION "FUNCTION"
 
 /* lengthMatch of a description that fits any length. */
-#define NITF_TRE_DESC_NO_LENGTH -1
+#define NITF_TRE_DESC_NO_LENGTH (-1)
 
 /* The id and field name of a raw TRE. */
 #define NITF_TRE_RAW "raw_data"

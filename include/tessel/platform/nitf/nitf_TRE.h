@@ -119,7 +119,8 @@ typedef struct _nitf_TRE {
     char tag[NITF_MAX_TAG + 1];
 } nitf_TRE;
 
-/* A TRE with the tag and the handler the registry gives for it, but not initialised. */
+/* A TRE with the tag only: no handler yet and nothing initialised. Callers attach the
+ * handler (the reader takes it from the registry, a clone from its source). */
 nitf_TRE* nitf_TRE_createSkeleton(const char* tag, nitf_Error* error);
 /* A TRE of the tag with its layout's default values. The handler comes from the registry;
  * without one, or when id is "raw_data", the TRE is raw. id names the layout (NULL: the

@@ -82,6 +82,7 @@ TEST(FileCacheConcurrency, TwoThreadsOpeningOneNewFileGetOneFile) {
         const auto path = dir / ("new" + std::to_string(round) + ".ntf");
         writeFile(path, headerOnlyFile(round % 2 == 0));
         std::latch start(2);
+        std::latch opened(2);
         std::latch compared(1);
         std::weak_ptr<NITFFile> seen[2];
         std::vector<std::thread> threads;
@@ -90,12 +91,12 @@ TEST(FileCacheConcurrency, TwoThreadsOpeningOneNewFileGetOneFile) {
                 start.arrive_and_wait();
                 const NITFFileContext context = openFile(path);
                 seen[i] = weakFile(context);
+                opened.count_down();
                 compared.wait();  // both contexts stay open until the files are compared
             });
         }
-        while (seen[0].expired() || seen[1].expired()) {
-            std::this_thread::sleep_for(1ms);
-        }
+        opened.wait();
+        EXPECT_FALSE(seen[0].expired());
         EXPECT_TRUE(sameFile(seen[0], seen[1])) << "round " << round;
         compared.count_down();
         for (auto& thread : threads) {

@@ -91,8 +91,6 @@ NITFFactory::NITFFactory() {
     announce(plugins_loaded);
 }
 
-NITFFactory::~NITFFactory() = default;
-
 NITFFactory& NITFFactory::get() {
     static NITFFactory factory;
     return factory;

@@ -51,7 +51,7 @@ public:
 
 private:
     NITFFactory();
-    ~NITFFactory();
+    ~NITFFactory() = default;
     NITFFactory(const NITFFactory&) = delete;
     NITFFactory& operator=(const NITFFactory&) = delete;
 };

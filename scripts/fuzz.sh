@@ -25,7 +25,7 @@ seed_from() {
     local dir="$1" file magic
     [ -d "$dir" ] || return 0
     while IFS= read -r -d '' file; do
-        magic="$(head -c 4 "$file" 2>/dev/null || true)"
+        magic="$(head -c 4 "$file" | tr '\0' ' ')"
         if [ "$magic" = "NITF" ] || [ "$magic" = "NSIF" ]; then
             cp -n "$file" "$corpus/seed-$(sha1sum "$file" | cut -c1-16)"
         fi

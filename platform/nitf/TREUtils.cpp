@@ -300,6 +300,11 @@ NITF_BOOL nitf_TREUtils_setValue(nitf_TRE* tre, const char* tag, NITF_DATA* data
                         NITF_ERR_INVALID_PARAMETER);
         return false;
     }
+    if (dataLength < 1) {
+        nitf_Error_initf(error, NITF_CTXT, NITF_ERR_INVALID_PARAMETER,
+                         "setValue -> no data for field %s", tag);
+        return false;
+    }
     std::string failure;
     nitf_Field* field = findField(tre, tag);
     if (field == nullptr) {
@@ -319,7 +324,7 @@ NITF_BOOL nitf_TREUtils_setValue(nitf_TRE* tre, const char* tag, NITF_DATA* data
             return false;
         }
     }
-    if ((dataLength > field->length && !field->resizable) || dataLength < 1) {
+    if (dataLength > field->length && !field->resizable) {
         nitf_Error_initf(error, NITF_CTXT, NITF_ERR_INVALID_PARAMETER,
                          "setValue -> invalid dataLength %zu for field %s of length %zu",
                          dataLength, tag, field->length);

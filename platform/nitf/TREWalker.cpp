@@ -279,10 +279,12 @@ private:
             fail(fmt::format("field {} has the invalid width {}", tag, count));
             return std::nullopt;
         }
-        if (entry.special == nullptr) {
+        // The expression is in `special`; a four-part entry has it in its label.
+        const char* expression = entry.special != nullptr ? entry.special : entry.label;
+        if (expression == nullptr) {
             return 0;
         }
-        auto value = evaluatePostfix(entry.special);
+        auto value = evaluatePostfix(expression);
         if (!value) {
             return std::nullopt;
         }

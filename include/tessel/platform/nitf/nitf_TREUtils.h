@@ -6,8 +6,9 @@
  *   {NITF_LOOP, 0, label, tag} ... {NITF_ENDLOOP, 0, NULL, NULL}           a repeated group
  *   {NITF_IF, 0, "op value", tag} ... {NITF_ENDIF, 0, NULL, NULL}          a conditional group
  * Widths: a byte count; NITF_TRE_GOBBLE (the rest of the TRE); NITF_TRE_CONDITIONAL_LENGTH
- * (the value of the postfix expression in `special`, e.g. "ENGDATC ENGDTS *"); a width of 0
- * leaves the field out.
+ * (the value of the postfix expression in `special`, e.g. "ENGDATC ENGDTS *", or in the label
+ * when `special` is NULL); a width of 0 leaves the field out. Postfix expressions hold
+ * integers, field names and the operators + - * / % separated by blanks.
  * Loop counts: label NULL or "" (the value of field `tag`); "+ n", "- n", "* n", "/ n", "% n"
  * (arithmetic on that value); NITF_CONST_N (`tag` is a decimal literal); NITF_FUNCTION (`tag`
  * is a NITF_TRE_CURSOR_COUNT_FUNCTION cast to a char pointer); NITF_TRE_LOOP_EXPRESSION (`tag`

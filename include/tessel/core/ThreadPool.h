@@ -148,6 +148,14 @@ protected:
         start(thread_count(threads(), processors, interactive));
     }
 
+    // The same with the option's value given directly, for a pool whose settings don't
+    // come from the configuration.
+    thread_pool(int threads, const std::string_view& poolName, const std::wstring_view& threadName)
+        : internals_(std::make_shared<internals>(poolName, threadName)) {
+        start(thread_count(threads, std::thread::hardware_concurrency(),
+                           lumo_system::is_running_interactive()));
+    }
+
 private:
     // Shared with the workers, so that detached threads can outlive the pool.
     struct internals {

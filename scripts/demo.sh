@@ -8,5 +8,4 @@ cmake --preset release >/dev/null
 cmake --build --preset release
 tessel=build/release/tools/tessel
 sample=build/release/samples/sample.ntf
-"$tessel" uri "$PWD/$sample/Default/IM_1"
-"$tessel" versions
+"$tessel" info "$PWD/$sample"

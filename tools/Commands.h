@@ -36,5 +36,7 @@ Command versionCommand();
 Command versionsCommand();
 Command uriCommand();
 Command configCommand();
+Command infoCommand();
+Command recordCommand();
 
 }  // namespace tessel_cli

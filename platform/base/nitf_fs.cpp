@@ -79,6 +79,28 @@ fs::path userConfigFolder() {
     return {};
 }
 
+// Module folders that a Windows host keeps in "bin/<name>" beside the program live in
+// "<libdir>/tessel/<name>" here: under $TESSEL_HOME/lib when it is set, and beside this
+// library in the installation.
+std::vector<fs::path> moduleFolders(const fs::path& relative) {
+    std::vector<fs::path> folders;
+    auto part = relative.begin();
+    if (part == relative.end() || *part != "bin") {
+        return folders;
+    }
+    fs::path name;
+    for (++part; part != relative.end(); ++part) {
+        name /= *part;
+    }
+    if (const char* home = std::getenv("TESSEL_HOME"); home != nullptr && *home != '\0') {
+        folders.push_back(fs::path(home) / "lib" / "tessel" / name);
+    }
+    if (const fs::path library = lumo_system::library_location(); !library.empty()) {
+        folders.push_back(library / "tessel" / name);
+    }
+    return folders;
+}
+
 bool isDirectory(const fs::path& path) {
     std::error_code ec;
     return fs::is_directory(path, ec);
@@ -199,17 +221,22 @@ int openRetrying(const fs::path& path, int flags, mode_t mode = 0) {
 }  // namespace
 
 std::vector<fs::path> getConfigFolders(const fs::path& relative) {
-    std::vector<fs::path> roots = resourcePathFolders();
-    roots.push_back(installDataFolder());
-    roots.push_back(userConfigFolder());
+    std::vector<fs::path> candidates;
+    for (const fs::path& root : resourcePathFolders()) {
+        candidates.push_back(root / relative);
+    }
+    for (fs::path& folder : moduleFolders(relative)) {
+        candidates.push_back(std::move(folder));
+    }
+    for (const fs::path& root : {installDataFolder(), userConfigFolder()}) {
+        if (!root.empty()) {
+            candidates.push_back(root / relative);
+        }
+    }
 
     std::vector<fs::path> folders;
     std::set<fs::path> seen;
-    for (const fs::path& root : roots) {
-        if (root.empty()) {
-            continue;
-        }
-        const fs::path folder = root / relative;
+    for (const fs::path& folder : candidates) {
         if (!isDirectory(folder)) {
             continue;
         }

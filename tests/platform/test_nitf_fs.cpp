@@ -83,6 +83,21 @@ TEST_F(ConfigFoldersTest, OnlyExistingFoldersAreListed) {
     EXPECT_TRUE(nitf_fs::getConfigFolders("no such folder").empty());
 }
 
+TEST_F(ConfigFoldersTest, ModuleFoldersAlsoComeFromTheLibraryLayoutUnderTesselHome) {
+    ScopedEnvironment home("TESSEL_HOME", (root_ / "home").string());
+    const fs::path relative = fs::path("bin") / "nitroplugins";
+    fs::create_directories(root_ / "second" / relative);
+    fs::create_directories(root_ / "home" / "lib" / "tessel" / "nitroplugins");
+    fs::create_directories(root_ / "user" / "tessel" / relative);
+    const std::vector<fs::path> expected = {root_ / "second" / relative,
+                                            root_ / "home" / "lib" / "tessel" / "nitroplugins",
+                                            root_ / "user" / "tessel" / relative};
+    EXPECT_EQ(nitf_fs::getConfigFolders(relative), expected);
+    // Only "bin/..." names a module folder.
+    fs::create_directories(root_ / "home" / "lib" / "tessel" / "Profiles");
+    EXPECT_TRUE(nitf_fs::getConfigFolders("Profiles").empty());
+}
+
 TEST_F(ConfigFoldersTest, AFolderNamedTwiceIsListedOnce) {
     ScopedEnvironment twice("TESSEL_RESOURCE_PATH",
                             (root_ / "first").string() + ":" + (root_ / "first" / ".").string());

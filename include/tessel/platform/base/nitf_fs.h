@@ -13,7 +13,9 @@ namespace nitf_fs {
 // The existing folders named `relative` under each configuration root, most specific
 // first: each folder of $TESSEL_RESOURCE_PATH (':'-separated), then share/tessel of the
 // installation beside this library, then $XDG_CONFIG_HOME/tessel (~/.config/tessel).
-// A folder reached twice is listed once.
+// Module folders, "bin/<name>" on a Windows host, are also looked for as
+// $TESSEL_HOME/lib/tessel/<name> and <libdir>/tessel/<name> of the installation, after the
+// resource path. A folder reached twice is listed once.
 std::vector<std::filesystem::path> getConfigFolders(const std::filesystem::path& relative);
 
 // The first regular file `name` in the configuration folders of `folder`, or an empty path.

@@ -1,0 +1,40 @@
+#pragma once
+// One open NITF file: a NITRO record parsed from a block-cached input. A file is always
+// held by a shared pointer: contexts share it, and the warehouse keeps it warm for a moment
+// after the last context has gone.
+
+#include <cstddef>
+#include <memory>
+
+#include "tessel/core/NITFMessages.h"
+#include "tessel/core/NITFType.h"
+#include "tessel/core/NITFURI.h"
+#include "tessel/file/NITFFilePrivate.h"
+
+namespace Tessel {
+
+class NITFFile : public std::enable_shared_from_this<NITFFile> {
+public:
+    // Opens and parses the file; throws std::runtime_error with the first message of
+    // `messages` when a step fails, or with "NITF/NUMX != 000" for a NITF 2.10 file whose
+    // reserved NUMX field isn't 0.
+    NITFFile(const NITFURI& uri, NITFMessages& messages);
+    // A new, empty NITF 2.10 record to be written.
+    NITFFile();
+    virtual ~NITFFile();
+
+    NITFFile(const NITFFile&) = delete;
+    NITFFile& operator=(const NITFFile&) = delete;
+
+    // 120 for NITF 2.00, 121 for NITF 2.10 and NSIF 1.00, 0 for anything else or no record.
+    NITFType getNITFVersion() const;
+    // The number of image segments, 0 with no record.
+    size_t getNumberImages() const;
+
+    std::unique_ptr<NITFFilePrivate>& getPrivate();
+
+private:
+    std::unique_ptr<NITFFilePrivate> d_;
+};
+
+}  // namespace Tessel

@@ -1,0 +1,52 @@
+#pragma once
+// What a host holds of an open file: the URI it asked for and a shared file. When the last
+// context of a cached file ends, the file moves to the warehouse's second level, where it
+// stays warm for a short time to live.
+
+#include <cstddef>
+#include <memory>
+
+#include "tessel/core/NITFType.h"
+#include "tessel/core/NITFURI.h"
+
+namespace Tessel {
+
+class NITFFile;
+class NITFFactory;
+
+class NITFFileContext {
+public:
+    // A context without a file.
+    explicit NITFFileContext(const NITFURI& uri);
+    NITFFileContext(NITFFileContext&& other) noexcept;
+    // Swaps: the file held before goes when `other` ends.
+    NITFFileContext& operator=(NITFFileContext&& other) noexcept;
+    ~NITFFileContext();
+
+    NITFFileContext(const NITFFileContext&) = delete;
+    NITFFileContext& operator=(const NITFFileContext&) = delete;
+
+    // Whether a file is held.
+    explicit operator bool() const;
+
+    // The file's version, 0 without a file.
+    NITFType getNITFVersion() const;
+    // The number of image segments, 0 without a file.
+    size_t getNumberImages() const;
+
+    const NITFURI& getURI() const;
+    // Throws std::runtime_error "No File" when the context is empty.
+    NITFFile& getFile() const;
+
+private:
+    friend class NITFFactory;
+    NITFFileContext(const NITFURI& uri, std::shared_ptr<NITFFile> file);
+
+    // Lets go of the file; the last context of a cached file hands it to the second level.
+    void release();
+
+    NITFURI uri_;
+    std::shared_ptr<NITFFile> file_;
+};
+
+}  // namespace Tessel

@@ -37,5 +37,6 @@ Command versionsCommand();
 Command uriCommand();
 Command configCommand();
 Command infoCommand();
+Command recordCommand();
 
 }  // namespace tessel_cli

@@ -13,6 +13,7 @@
 #include "tessel/core/any_type.h"
 #include "tessel/core/eColorInterpretation.h"
 #include "tessel/core/eCompressionType.h"
+#include "tessel/file/BlockCache.h"
 #include "tessel/paths/Encoder.h"
 #include "tessel/paths/Node.h"
 #include "tessel/paths/PathComponents.h"

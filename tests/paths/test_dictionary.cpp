@@ -46,10 +46,19 @@ nitf_TREDescriptionInfo kAbcInfos[] = {{"ABC", kAbcFields, NITF_TRE_DESC_NO_LENG
                                        {nullptr, nullptr, NITF_TRE_DESC_NO_LENGTH}};
 nitf_TREDescriptionSet kAbcSet{0, kAbcInfos};
 
-// The user-defined subheader of a shapefile segment, as far as the lookup needs it.
+// The user-defined subheader of a shapefile segment, laid out as the library defines it.
 nitf_TREDescription kShapeFields[] = {
     field(NITF_BCS_A, 25, "SHAPE_USE"),
     field(NITF_BCS_A, 10, "SHAPE_CLASS"),
+    {NITF_IF, 0, "eq CLOUD_SHAPES             ", "SHAPE_USE", nullptr},
+    field(NITF_BCS_A, 18, "CC_SOURCE"),
+    {NITF_ENDIF, 0, nullptr, nullptr, nullptr},
+    field(NITF_BCS_A, 3, "SHAPE1_NAME"),
+    field(NITF_BCS_N, 6, "SHAPE1_START"),
+    field(NITF_BCS_A, 3, "SHAPE2_NAME"),
+    field(NITF_BCS_N, 6, "SHAPE2_START"),
+    field(NITF_BCS_A, 3, "SHAPE3_NAME"),
+    field(NITF_BCS_N, 6, "SHAPE3_START"),
     field(NITF_BCS_A, NITF_TRE_GOBBLE, "NOT_SUPPORTED"),
     kEnd,
 };
@@ -83,7 +92,8 @@ std::string abcData(std::string_view name = "ABCD") {
 }
 
 std::string shapeUse(std::string_view use) {
-    return A(use, 25) + A("POLYGON", 10) + "SHP000000SHX000100DBF000200";
+    const std::string source = use == "CLOUD_SHAPES" ? A("SENSOR", 18) : std::string();
+    return A(use, 25) + A("POLYGON", 10) + source + "SHP000000SHX000100DBF000200";
 }
 
 const char* const kXml =

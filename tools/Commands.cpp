@@ -40,7 +40,7 @@ bool Arguments::has(const std::string& flag) const {
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> all{versionCommand(), versionsCommand(), uriCommand(),
-                                          configCommand()};
+                                          configCommand(), recordCommand()};
     return all;
 }
 

@@ -36,5 +36,6 @@ Command versionCommand();
 Command versionsCommand();
 Command uriCommand();
 Command configCommand();
+Command recordCommand();
 
 }  // namespace tessel_cli

@@ -1,0 +1,50 @@
+#!/usr/bin/env bash
+# Fuzzes the record reader: builds the "fuzz" preset (clang, ASan + UBSan, libFuzzer),
+# seeds a corpus under build/fuzz/ from the shared NITF files (or, without them, the demo
+# sample), and runs fuzz_reader for SECONDS (default 60). Fails on any crash, leak,
+# timeout or out-of-memory; the input that caused it is left in build/fuzz/reader/artifacts/.
+#
+# usage: scripts/fuzz.sh [SECONDS]
+set -euo pipefail
+
+seconds="${1:-60}"
+root="$(cd "$(dirname "$0")/.." && pwd)"
+shared="$root/../shared"
+work="$root/build/fuzz/reader"
+corpus="$work/corpus"
+artifacts="$work/artifacts"
+
+cd "$root"
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz --target fuzz_reader tessel_sample
+
+mkdir -p "$corpus" "$artifacts"
+
+# Any shared file that starts like a NITF or NSIF file is a seed, whatever its extension.
+seed_from() {
+    local dir="$1" file magic
+    [ -d "$dir" ] || return 0
+    while IFS= read -r -d '' file; do
+        magic="$(head -c 4 "$file" | tr '\0' ' ')"
+        if [ "$magic" = "NITF" ] || [ "$magic" = "NSIF" ]; then
+            cp -n "$file" "$corpus/seed-$(sha1sum "$file" | cut -c1-16)"
+        fi
+    done < <(find "$dir" -type f -print0)
+}
+
+if [ -d "$shared/corpus" ] || [ -d "$shared/fixtures" ]; then
+    seed_from "$shared/corpus"
+    seed_from "$shared/fixtures"
+else
+    echo "fuzz.sh: no shared files at $shared; seeding with the demo sample"
+    for sample in "$root"/build/*/samples/sample.ntf; do
+        [ -f "$sample" ] && cp -n "$sample" "$corpus/seed-sample"
+    done
+fi
+echo "fuzz.sh: $(ls "$corpus" | wc -l) inputs in $corpus; fuzzing for $seconds s"
+
+export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}"
+export UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}"
+"$root/build/fuzz/tests/fuzz/fuzz_reader" \
+    -max_len=1048576 -rss_limit_mb=4096 -timeout=10 -max_total_time="$seconds" \
+    -print_final_stats=1 -artifact_prefix="$artifacts/" "$corpus"

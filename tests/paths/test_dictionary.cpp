@@ -430,6 +430,12 @@ TEST_F(Dictionary, GraphicSegmentsGiveFieldsAndWhereTheirBodyIs) {
 
 TEST_F(Dictionary, DesBodyIsReadableButSkippedInDumps) {
     auto context = open(richFile());
+    EXPECT_EQ(context->text("/DESs/0/Data?format=RAW"), kXml);
+    const auto first = context->text("/DESs/0?JSON");
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->find("\"Data\""), std::string::npos);
+    EXPECT_EQ(first->find("\"DataBase64\""), std::string::npos);
+    EXPECT_NE(first->find("\"DataPath\": \"DESs/0/Data\""), std::string::npos);
     EXPECT_EQ(context->text("/DESs/1/Data"), "shapefile bytes");
     EXPECT_EQ(context->text("/DESs/1/DataBase64"),
               lumo_codec::base64_encode(std::string_view("shapefile bytes")));

@@ -3,8 +3,13 @@
 #include <bit>
 #include <cstring>
 #include <filesystem>
+#include <variant>
 
+#include "tessel/platform/base/text.h"
+
+#include "paths/PathDictionaryRpf.h"
 #include "paths/RpfTables.h"
+#include "tessel/paths/PathWalker.h"
 #include "tests/platform/nitf/nitf_test_files.h"
 
 namespace {
@@ -120,6 +125,36 @@ TEST_F(RpfFrame, AttributeSubsectionDeclaredTooShortIsReadToTheNextComponent) {
     EXPECT_EQ(attributes["ContourInterval"]["Parameter1"], "270F");
     // The areal coverage table runs past the end of this (truncated) file.
     EXPECT_FALSE(tables.contains("ArealCoverages"));
+}
+
+TEST(RpfTables, DictionaryOfAFrameAnswersPaths) {
+    const auto path =
+        nitf_test::sharedDir() / "corpus" / "ogdi-test/rpf/ftdrum/rpf/n44w076/004b1r16.i12";
+    if (!std::filesystem::exists(path)) {
+        GTEST_SKIP() << "no shared corpus";
+    }
+    nitf_test::OpenFile file(path);
+    ASSERT_NE(file.record, nullptr);
+    auto* segment = static_cast<nitf_ImageSegment*>(file.record->images->first->data);
+    NITFPathInternal::Node root =
+        NITFPathInternal::Node::makeDict(NITFPathInternal::encodeRpfTables(
+            readRpfLocations(segment->subheader), rpfSourceOver(file.io)));
+    Tessel::NITFMessages messages;
+    auto read = [&](std::string_view query) {
+        const auto value = NITFPathInternal::queryTree(root, query, messages);
+        const auto* text = std::get_if<std::wstring>(&value);
+        return text != nullptr ? std::to_string(std::wstring_view(*text)) : std::string("<none>");
+    };
+    EXPECT_EQ(read("/Mask/Blocks/_count"), "36");
+    EXPECT_EQ(read("/Mask/Blocks/3"), "6144");
+    EXPECT_EQ(read("/Coverage/UpperLeft/hgt"), "0");
+    EXPECT_EQ(read("/Colormap/Tables/0/ColorRecords"), "217");
+    EXPECT_EQ(read("/Attributes/ImageSource/GSD"), "10");
+    const auto xml = NITFPathInternal::queryTree(root, "/Mask/Blocks?XML", messages);
+    ASSERT_TRUE(std::holds_alternative<std::string>(xml));
+    EXPECT_NE(std::get<std::string>(xml).find("<NITFFragment><Element>4294967295</Element>"),
+              std::string::npos);
+    EXPECT_TRUE(messages.empty());
 }
 
 TEST(RpfLocations, ImageWithoutRpfimgHasNone) {

@@ -27,7 +27,7 @@ std::optional<double> readDouble(std::string_view text) {
 }
 
 Value readToken(const std::string& token) {
-    const Value text(token);
+    Value text(token);
     if (auto number = any_type::to_double(text)) {
         return *number;
     }

@@ -30,4 +30,8 @@ std::unique_lock<std::recursive_mutex> NITFFilePrivate::lockRecord() const {
     return std::unique_lock(recordMutex_);
 }
 
+std::shared_ptr<NITFImage> NITFFilePrivate::getImage(int /*index*/, NITFMessages& /*messages*/) {
+    return {};
+}
+
 }  // namespace Tessel

@@ -23,6 +23,8 @@ public:
     nitf_Record*& getRecord() override;
     nitf_Reader*& getReader() override;
     BlockCache& getBlockCache() override;
+    // Image segments are not served by the file model yet: every index yields nothing.
+    std::shared_ptr<NITFImage> getImage(int index, NITFMessages& messages) override;
 
     NITFFile* getOwner() const { return owner_; }
     const NITFURI& getURI() const { return uri_; }

@@ -76,10 +76,10 @@ def tre(tag, payload):
     return tag.encode("ascii") + f"{len(payload):05d}".encode("ascii") + payload
 
 
-def fields(spec):
+def fields(entry):
     """Concatenate (value, width) pairs of already formatted text, checking each width."""
     out = bytearray()
-    for value, width in spec:
+    for value, width in entry:
         raw = value.encode("ascii")
         if len(raw) != width:
             raise ValueError(f"{value!r} is not {width} characters")

@@ -3,9 +3,9 @@
 namespace tessel_nitf {
 
 bool constructFields(void* object, FieldTable table, nitf_Error* error) {
-    for (const FieldSpec& spec : table) {
-        fieldAt(object, spec.offset) = nitf_Field_construct(spec.length, spec.type, error);
-        if (fieldAt(object, spec.offset) == nullptr) {
+    for (const FieldSpec& entry : table) {
+        fieldAt(object, entry.offset) = nitf_Field_construct(entry.length, entry.type, error);
+        if (fieldAt(object, entry.offset) == nullptr) {
             return false;
         }
     }
@@ -13,19 +13,19 @@ bool constructFields(void* object, FieldTable table, nitf_Error* error) {
 }
 
 void destroyFields(void* object, FieldTable table) {
-    for (const FieldSpec& spec : table) {
-        nitf_Field_destruct(&fieldAt(object, spec.offset));
+    for (const FieldSpec& entry : table) {
+        nitf_Field_destruct(&fieldAt(object, entry.offset));
     }
 }
 
 bool cloneFields(void* target, const void* source, FieldTable table, nitf_Error* error) {
-    for (const FieldSpec& spec : table) {
-        nitf_Field* from = fieldAt(const_cast<void*>(source), spec.offset);
+    for (const FieldSpec& entry : table) {
+        nitf_Field* from = fieldAt(const_cast<void*>(source), entry.offset);
         if (from == nullptr) {
             continue;
         }
-        fieldAt(target, spec.offset) = nitf_Field_clone(from, error);
-        if (fieldAt(target, spec.offset) == nullptr) {
+        fieldAt(target, entry.offset) = nitf_Field_clone(from, error);
+        if (fieldAt(target, entry.offset) == nullptr) {
             return false;
         }
     }

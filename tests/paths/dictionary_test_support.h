@@ -203,7 +203,7 @@ inline std::string desSubheader(const DesSpec& des) {
 }
 
 // The bytes of a NITF 2.10 file: header, then images, graphics, texts and data extensions.
-inline std::string buildFile(const FileSpec& spec) {
+inline std::string buildFile(const FileSpec& file) {
     std::string lengths;
     std::string body;
     auto add = [&](const std::string& subheader, const std::string& data, size_t subheaderWidth,
@@ -211,30 +211,30 @@ inline std::string buildFile(const FileSpec& spec) {
         lengths += N(subheader.size(), subheaderWidth) + N(data.size(), dataWidth);
         body += subheader + data;
     };
-    lengths += N(spec.images.size(), 3);
-    for (const ImageSpec& image : spec.images) {
+    lengths += N(file.images.size(), 3);
+    for (const ImageSpec& image : file.images) {
         add(imageSubheader(image),
             std::string(size_t{image.rows} * image.cols * image.bandSubcategories.size(), '\x7f'),
             6, 10);
     }
-    lengths += N(spec.graphics.size(), 3);
-    for (const GraphicSpec& graphic : spec.graphics) {
+    lengths += N(file.graphics.size(), 3);
+    for (const GraphicSpec& graphic : file.graphics) {
         add(graphicSubheader(graphic), graphic.body, 4, 6);
     }
     lengths += "000";  // NUMX
-    lengths += N(spec.texts.size(), 3);
-    for (const TextSpec& text : spec.texts) {
+    lengths += N(file.texts.size(), 3);
+    for (const TextSpec& text : file.texts) {
         add(textSubheader(text), text.body, 4, 5);
     }
-    lengths += N(spec.des.size(), 3);
-    for (const DesSpec& des : spec.des) {
+    lengths += N(file.des.size(), 3);
+    for (const DesSpec& des : file.des) {
         add(desSubheader(des), des.body, 4, 9);
     }
     lengths += "000";  // NUMRES
     const std::string before = "NITF02.1003BF01" + A("TESTSTN", 10) + "20240102030405" +
-                               A(spec.title, 80) + "U" + security() + "00000" + "00000" + "0" +
-                               spec.background + A("", 24) + A("", 18);
-    const std::string after = lengths + section(spec.userDefined) + section(spec.extended);
+                               A(file.title, 80) + "U" + security() + "00000" + "00000" + "0" +
+                               file.background + A("", 24) + A("", 18);
+    const std::string after = lengths + section(file.userDefined) + section(file.extended);
     const size_t headerLength = before.size() + 12 + 6 + after.size();
     return before + N(headerLength + body.size(), 12) + N(headerLength, 6) + after + body;
 }

@@ -104,27 +104,27 @@ class Dictionary : public ::testing::Test {
 protected:
     void SetUp() override { registerTestExtensions(); }
 
-    std::unique_ptr<RecordContext> open(const FileSpec& spec) {
-        auto context = std::make_unique<RecordContext>(buildFile(spec));
+    std::unique_ptr<RecordContext> open(const FileSpec& file) {
+        auto context = std::make_unique<RecordContext>(buildFile(file));
         EXPECT_TRUE(context->ok()) << context->error();
         return context;
     }
 
     static FileSpec richFile() {
-        FileSpec spec;
+        FileSpec file;
         ImageSpec image;
         image.securityCode = "CODEWORD";
         image.comments = {"first comment", "second comment"};
         image.bandSubcategories = {"SUB0", "SUB1"};
         image.extended = {{"ABC", abcData()}, {"ZZRAW1", "raw bytes"}};
-        spec.images = {image};
-        spec.texts = {{"TXT1", "Hello text", {}}, {"TXT2", "Second", {}}};
-        spec.graphics = {{"GRAPHIC", "CGM bytes"}};
-        spec.des = {{"XML_DATA_CONTENT", "", kXml, "", 0},
+        file.images = {image};
+        file.texts = {{"TXT1", "Hello text", {}}, {"TXT2", "Second", {}}};
+        file.graphics = {{"GRAPHIC", "CGM bytes"}};
+        file.des = {{"XML_DATA_CONTENT", "", kXml, "", 0},
                     {"CSSHPA DES", shapeUse("IMAGE_SHAPE"), "shapefile bytes", "", 0}};
-        spec.userDefined = {{"ABC", abcData("FIL1")}};
-        spec.extended = {{"ZZRAW2", "xyz"}};
-        return spec;
+        file.userDefined = {{"ABC", abcData("FIL1")}};
+        file.extended = {{"ZZRAW2", "xyz"}};
+        return file;
     }
 };
 
@@ -198,9 +198,9 @@ TEST_F(Dictionary, BlackBackgroundReadsAsHashZeros) {
 }
 
 TEST_F(Dictionary, ImageSizesListLengthsOfEachImage) {
-    FileSpec spec = richFile();
-    spec.images.push_back(ImageSpec{});
-    auto context = open(spec);
+    FileSpec file = richFile();
+    file.images.push_back(ImageSpec{});
+    auto context = open(file);
     EXPECT_EQ(context->text("/FileHeader/ImageSizes/_count"), "2");
     const std::string lish = *context->text("/FileHeader/ImageSizes/1/LISH");
     EXPECT_EQ(context->text("/FileHeader/ImageSizes/1/LI"), "0000000006");
@@ -368,9 +368,9 @@ TEST_F(Dictionary, SubscriptedTagsFillGapsWithEmptyNodes) {
 }
 
 TEST_F(Dictionary, SectionsListInTheirOrder) {
-    FileSpec spec = richFile();
-    spec.images[0].userDefined = {{"ZZUDID", "u"}};
-    auto context = open(spec);
+    FileSpec file = richFile();
+    file.images[0].userDefined = {{"ZZUDID", "u"}};
+    auto context = open(file);
     // The image lists its extended section, then its user-defined one.
     EXPECT_EQ(context->text("/Images/0/TREs/_count"), "3");
     EXPECT_EQ(context->text("/Images/0/TREs/2/_treID"), "ZZUDID");
@@ -381,12 +381,12 @@ TEST_F(Dictionary, SectionsListInTheirOrder) {
 }
 
 TEST_F(Dictionary, TreShortcutPrefersTheImageAndReachesOverflowSegments) {
-    FileSpec spec = richFile();
-    spec.images[0].extended = {};
-    spec.images[0].extendedOverflow = 3;
-    spec.des.push_back(
+    FileSpec file = richFile();
+    file.images[0].extended = {};
+    file.images[0].extendedOverflow = 3;
+    file.des.push_back(
         {"TRE_OVERFLOW", "", extensionBytes({{"ABC", abcData("OVER")}}), "IXSHD", 1});
-    auto context = open(spec);
+    auto context = open(file);
     EXPECT_EQ(context->text("/TRE/ABC/NAME"), "OVER");
     EXPECT_EQ(context->text("/DESs/2/TREs/ABC/NAME"), "OVER");
     EXPECT_EQ(context->text("/DESs/TRE_OVERFLOW-I001/DESOFLW"), "IXSHD");
@@ -494,10 +494,10 @@ TEST_F(Dictionary, DesIsFoundByItsKeys) {
 }
 
 TEST_F(Dictionary, FirstDesWithAMatchingKeyWins) {
-    FileSpec spec = richFile();
-    spec.des.push_back({"CSSHPA DES", shapeUse("IMAGE_SHAPE"), "second shapefile", "", 0});
-    spec.des.push_back({"CSSHPA DES", shapeUse("CLOUD_SHAPES"), "clouds", "", 0});
-    auto context = open(spec);
+    FileSpec file = richFile();
+    file.des.push_back({"CSSHPA DES", shapeUse("IMAGE_SHAPE"), "second shapefile", "", 0});
+    file.des.push_back({"CSSHPA DES", shapeUse("CLOUD_SHAPES"), "clouds", "", 0});
+    auto context = open(file);
     EXPECT_EQ(context->text("/DESs/CSSHP-IMAGE_SHAPE/_desID"), "1");
     EXPECT_EQ(context->text("/DESs/CSSHPA DES-S2/Data"), "second shapefile");
     EXPECT_EQ(context->text("/DESs/CSSHP-CLOUD_SHAPES/Data"), "clouds");
@@ -524,13 +524,13 @@ TEST_F(Dictionary, XmlContentIsADictionaryOfTheDocument) {
 }
 
 TEST_F(Dictionary, XmlThatDoesNotParseGivesAnEmptyDictionaryAndAMessage) {
-    FileSpec spec = richFile();
-    spec.des[0].body = "<root><open></root>";
-    auto context = open(spec);
+    FileSpec file = richFile();
+    file.des[0].body = "<root><open></root>";
+    auto context = open(file);
     EXPECT_EQ(context->text("/DESs/0/XML/_count"), "0");
     EXPECT_EQ(context->messages.back(), "DES: Unable to parse XML segment");
-    spec.des[0].body.clear();
-    auto empty = open(spec);
+    file.des[0].body.clear();
+    auto empty = open(file);
     EXPECT_EQ(empty->text("/DESs/0/XML/_count"), "0");
     EXPECT_EQ(empty->messages.back(), "DES: Unable to read segment");
 }
@@ -558,9 +558,9 @@ TEST_F(Dictionary, WithoutAReaderBodiesAreEmpty) {
 }
 
 TEST_F(Dictionary, BodyBytesAreEscapedByTheOutputFormat) {
-    FileSpec spec = richFile();
-    spec.texts[0].body = std::string("a<b>\"c\"\n\xe9", 9);
-    auto context = open(spec);
+    FileSpec file = richFile();
+    file.texts[0].body = std::string("a<b>\"c\"\n\xe9", 9);
+    auto context = open(file);
     EXPECT_EQ(context->text("/Text/0/Data?XML"),
               "<?xml version='1.0' encoding='UTF-8'?>\n"
               "<NITFFragment>a&lt;b&gt;&quot;c&quot;&#x000A;&#x00E9;</NITFFragment>");

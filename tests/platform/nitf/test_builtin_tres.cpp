@@ -1074,7 +1074,7 @@ TEST(BuiltinTREs, SENSRBWithEveryModule) {
 
 TEST(BuiltinTREs, XMLDataContentDocumentAndEmptySubheaders) {
     std::string document = "99999" + text("XML", 8) + text("2024-01-01T00:00:00Z", 20) +
-                           text("party", 40) + text("spec", 60) + text("1.0", 10) +
+                           text("party", 40) + text("standard", 60) + text("1.0", 10) +
                            text("2023-01-01T00:00:00Z", 20) + text("urn:test", 120);
     ParsedTRE parsed("XML_DATA_CONTENT", document);
     expectExactRoundTrip(parsed);

@@ -17,16 +17,6 @@ namespace {
 
 using NitroUtils::NitroFieldHelper;
 
-// A row of a table: the name as the NITRO constant and the member that the constant names.
-#define TESSEL_FIELD(Header, NAME)                         \
-    NitroFieldHelper<Header> {                             \
-        "NITF_" #NAME, &Header::NITF_##NAME, {}, {}, false \
-    }
-#define TESSEL_FIELD_RO(Header, NAME)                     \
-    NitroFieldHelper<Header> {                            \
-        "NITF_" #NAME, &Header::NITF_##NAME, {}, {}, true \
-    }
-
 // The background colour as HTML writes it: "#" and two lower-case hexadecimal digits a byte.
 void encodeBackgroundColor(NitroUtils::Encoder& encoder, nitf_Field* field) {
     if (field == nullptr || field->raw == nullptr || field->length < 3) {

@@ -36,6 +36,16 @@ struct NitroFieldHelper {
 
 }  // namespace NitroUtils
 
+// A row of a field table: the name as the NITRO constant and the member that it names.
+#define TESSEL_FIELD(Header, NAME)                         \
+    NitroUtils::NitroFieldHelper<Header> {                 \
+        "NITF_" #NAME, &Header::NITF_##NAME, {}, {}, false \
+    }
+#define TESSEL_FIELD_RO(Header, NAME)                     \
+    NitroUtils::NitroFieldHelper<Header> {                \
+        "NITF_" #NAME, &Header::NITF_##NAME, {}, {}, true \
+    }
+
 namespace NITFPathInternal {
 
 // The key of a field: its NITRO name without "NITF_". Throws std::length_error for a name

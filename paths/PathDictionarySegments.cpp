@@ -19,15 +19,6 @@ namespace {
 
 using NitroUtils::NitroFieldHelper;
 
-#define TESSEL_FIELD(Header, NAME)                         \
-    NitroFieldHelper<Header> {                             \
-        "NITF_" #NAME, &Header::NITF_##NAME, {}, {}, false \
-    }
-#define TESSEL_FIELD_RO(Header, NAME)                     \
-    NitroFieldHelper<Header> {                            \
-        "NITF_" #NAME, &Header::NITF_##NAME, {}, {}, true \
-    }
-
 const NitroFieldHelper<nitf_ImageSubheader>* imageTable() {
     using I = nitf_ImageSubheader;
     static const std::array<NitroFieldHelper<I>, 38> table{{

@@ -23,6 +23,8 @@ extern nitf_TREDescriptionSet J2KLRA;
 extern nitf_TREDescriptionSet MSTGTA;
 extern nitf_TREDescriptionSet PIAIMC;
 extern nitf_TREDescriptionSet PIAPRD;
+// RPC00A and RPC00B share one layout; only the meaning of the term order differs.
+extern nitf_TREDescription RPC00_description[];
 extern nitf_TREDescriptionSet RPC00A;
 extern nitf_TREDescriptionSet RPC00B;
 extern nitf_TREDescriptionSet RPFHDR;

@@ -4,9 +4,7 @@
 
 #include "platform/nitf/tres/BuiltinTREs.h"
 
-namespace {
-
-nitf_TREDescription description[] = {
+nitf_TREDescription tessel::tres::RPC00_description[] = {
     {NITF_BCS_N, 1, "Coefficients usable (1) or not (0)", "SUCCESS", nullptr},
     {NITF_BCS_A, 7, "Bias error, metres", "ERR_BIAS", nullptr},
     {NITF_BCS_A, 7, "Random error, metres", "ERR_RAND", nullptr},
@@ -35,8 +33,10 @@ nitf_TREDescription description[] = {
     {NITF_END, 0, nullptr, nullptr, nullptr},
 };
 
+namespace {
+
 nitf_TREDescriptionInfo infos[] = {
-    {"RPC00B", description, NITF_TRE_DESC_NO_LENGTH},
+    {"RPC00B", tessel::tres::RPC00_description, NITF_TRE_DESC_NO_LENGTH},
     {nullptr, nullptr, NITF_TRE_DESC_NO_LENGTH},
 };
 

@@ -1,0 +1,22 @@
+#pragma once
+// Which view of an image segment a caller wants. Plain value, used as a cache key: images
+// are ordered by segment, level, mode and layers, in that order.
+
+#include <compare>
+#include <cstdint>
+
+namespace Tessel {
+
+struct ImageOptions {
+    // An image that is being written: it has no pixels to read.
+    static constexpr int32_t write_mode = 2;
+
+    int32_t segment = 0;  // zero-based image segment index
+    int32_t level = 0;    // pyramid level, 0 for full resolution
+    int32_t mode = 0;     // write_mode, or anything else for a read image
+    int32_t layers = 0;   // JPEG 2000 quality layers to decode, 0 for all
+
+    auto operator<=>(const ImageOptions&) const = default;
+};
+
+}  // namespace Tessel

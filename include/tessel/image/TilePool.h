@@ -1,0 +1,57 @@
+#pragma once
+// The process-wide owner of decoded tiles: a time-to-live cache keyed by tile_id and a pool
+// of worker threads ("NITF TilePool Service"). A tile group is decoded at most once, however
+// many threads ask for it.
+
+#include <cstddef>
+#include <future>
+#include <list>
+#include <map>
+#include <memory>
+
+#include "tessel/image/Tile.h"
+#include "tessel/platform/base/lumo_concurrency.h"
+
+namespace Tessel {
+
+class TileFactory;
+
+class TilePool {
+public:
+    using TileFuture = std::shared_future<std::shared_ptr<Tile>>;
+    using TileFutures = std::map<tile_id, TileFuture>;
+
+    // Made on first use with the options lumo.tilepool.threads and lumo.tilepool.ttl.
+    static TilePool* get();
+    virtual ~TilePool();
+
+    TilePool(const TilePool&) = delete;
+    TilePool& operator=(const TilePool&) = delete;
+
+    // The decoded tile, decoding it on the calling thread if need be. An id that its group
+    // doesn't contain gives the factory's error tile.
+    std::shared_ptr<Tile> getTile(const tile_id& id, lumo_concurrency::execution_context& context);
+    // Starts work on all ids and returns one future per distinct id. A single id runs at
+    // once on the calling thread.
+    TileFutures queueTiles(const std::list<tile_id>& ids);
+    // Waits for each future in key order and empties the map; results aren't looked at.
+    void waitAll(TileFutures& tiles);
+    // Forgets the tiles of `factory`, or all tiles with nullptr. Tiles that readers hold
+    // stay valid.
+    void clearCache(const TileFactory* factory);
+
+    // The workers started; 0 means every tile decodes on the caller's thread.
+    size_t numThreads() const;
+    // The number of cache entries (one per tile of each cached group).
+    size_t cacheSize() const;
+
+    // A pool of its own with the given settings, for tests; the process uses get().
+    static std::unique_ptr<TilePool> makeForTesting(int threads, int ttlMilliseconds);
+
+private:
+    struct Impl;
+    TilePool(int threads, int ttlMilliseconds);
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace Tessel

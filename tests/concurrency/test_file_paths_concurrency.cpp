@@ -73,6 +73,41 @@ TEST(FilePathsConcurrency, OneOpenedFileReadFromManyThreads) {
     EXPECT_EQ(wrong, 0);
 }
 
+// Segment bodies of a fresh file are read on many threads at once: each reads what the
+// first read keeps, though all of them share the file's one input.
+TEST(FilePathsConcurrency, FirstReadsOfSegmentBodiesFromManyThreads) {
+    const NITFURI uri{std::string_view(TESSEL_SAMPLE_FILE)};
+    NITFMessages messages;
+    const NITFFile reference(uri, messages);
+    const std::string des = reference.getPathString(0, "/DESs/0/Data?format=RAW", "");
+    const std::string text = reference.getPathString(0, "/Text/0/Data?format=RAW", "");
+    ASSERT_FALSE(des.empty());
+    ASSERT_FALSE(text.empty());
+    int wrong = 0;
+    for (int round = 0; round < 20; ++round) {
+        const auto file = std::make_shared<NITFFile>(uri, messages);
+        std::latch start(kThreads);
+        std::atomic<int> bad{0};
+        std::vector<std::thread> threads;
+        for (int t = 0; t < kThreads; ++t) {
+            threads.emplace_back([&, t] {
+                start.arrive_and_wait();
+                const bool textFirst = t % 2 == 0;
+                const std::string first = file->getPathString(
+                    0, textFirst ? "/Text/0/Data?format=RAW" : "/DESs/0/Data?format=RAW", "");
+                if (first != (textFirst ? text : des)) {
+                    ++bad;
+                }
+            });
+        }
+        for (auto& thread : threads) {
+            thread.join();
+        }
+        wrong += bad.load();
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
 // A file made for writing takes its record lock for every read; reads from many threads
 // still agree.
 TEST(FilePathsConcurrency, OneWritableFileReadFromManyThreads) {

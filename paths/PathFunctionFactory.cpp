@@ -143,7 +143,10 @@ any_type::value dateCalculator(std::string_view argument, const ComputeContext& 
 }  // namespace
 
 void PathFunctionFactory::registerPathFunction(std::string name, function_type function) {
-    functionTable().try_emplace(std::move(name), std::move(function));
+    FunctionTable& table = functionTable();
+    if (!table.contains(name)) {
+        table.emplace(std::move(name), std::move(function));
+    }
 }
 
 any_type::value PathFunctionFactory::executePathFunction(std::string_view name,

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -178,6 +179,39 @@ TEST_F(Extensions, EveryNameOfAnExtensionSharesOneDescription) {
     EXPECT_EQ(descriptionOf("CSSHPB"), descriptionOf("CSSHPB DES"));
     EXPECT_EQ(descriptionOf("CSSHPB"), descriptionOf("CSSHPB_DES"));
     EXPECT_NE(descriptionOf("CSSHPA"), descriptionOf("CSSHPB"));
+}
+
+// The tag of the first field of the description that a name's handler parses with.
+std::string firstTagOf(const char* name) {
+    const auto* set = static_cast<const nitf_TREDescriptionSet*>(descriptionOf(name));
+    if (set == nullptr || set->descriptions == nullptr ||
+        set->descriptions[0].description == nullptr) {
+        return {};
+    }
+    return set->descriptions[0].description[0].tag;
+}
+
+// Starts the subsystem with a plug-in that claims BANDSB and "CSATTA DES"; 0 when BANDSB
+// stays ours (registered before the plug-ins load) and "CSATTA DES" is the plug-in's (ours
+// registers after them), while the name the plug-in doesn't claim is still ours.
+int startWithClaimingPlugin(const fs::path& home) {
+    ::setenv("TESSEL_HOME", home.c_str(), 1);
+    ::unsetenv("NITF_PLUGIN_PATH");
+    Tessel::NITFFactory::get();
+    const bool ok = firstTagOf("BANDSB") == "COUNT" && firstTagOf("RPFIMG") == "LOCLEN.uint" &&
+                    firstTagOf("CSATTA DES") == "PLUGIN_DATA" &&
+                    firstTagOf("CSATTA_DES") == "ATT_TYPE";
+    return ok ? 0 : 1;
+}
+
+// The subsystem starts once per process, so this runs in a child process of its own.
+TEST(ExtensionsDeathTest, PluginsLoadBetweenTheEarlyAndTheLateDefinitions) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    file_test::TempDir home;
+    const fs::path plugins = home.path() / "lib" / "tessel" / "nitroplugins";
+    fs::create_directories(plugins);
+    fs::copy_file(TESSEL_TEST_EXTPLUGIN, plugins / "TESTEXT.so");
+    EXPECT_EXIT(std::exit(startWithClaimingPlugin(home.path())), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Extensions, AttitudeDescriptionRegistersOnlyUnderItsDataExtensionNames) {
@@ -607,22 +641,26 @@ TEST_F(Extensions, RealBandDescriptionAgreesWithGdal) {
     if (!gdal) {
         GTEST_SKIP() << "GDAL is not available";
     }
+    // The whole extension in one query: single fields are strings, a band's fields arrays.
+    const auto json = text("/Images/0/TREs/BANDSB?JSON");
+    ASSERT_TRUE(json);
+    const nlohmann::json ours = nlohmann::json::parse(*json);
     // GDAL gives a band's fields without the "BAND_" prefix, once per band in band order.
-    std::map<std::string, int> seen;
+    std::map<std::string, size_t> seen;
     int compared = 0;
     for (const auto& [name, value] : *gdal) {
-        const int occurrence = seen[name]++;
+        const size_t occurrence = seen[name]++;
         if (value.empty()) {
             continue;  // reserved fields GDAL leaves blank
         }
-        const bool topLevel = text("/Images/0/TREs/BANDSB/" + name + "/_exists") == "1" &&
-                              text("/Images/0/TREs/BANDSB/" + name + "/_count") == std::nullopt;
-        const std::string fieldPath =
-            topLevel ? "/Images/0/TREs/BANDSB/" + name
-                     : "/Images/0/TREs/BANDSB/BAND_" + name + "/" + std::to_string(occurrence);
-        const auto ours = text(fieldPath);
-        ASSERT_TRUE(ours) << fieldPath;
-        expectSameValue(name, *ours, value);
+        const nlohmann::json* field = nullptr;
+        if (ours.contains(name) && ours[name].is_string()) {
+            field = &ours[name];
+        } else if (ours.contains("BAND_" + name) && occurrence < ours["BAND_" + name].size()) {
+            field = &ours["BAND_" + name][occurrence];
+        }
+        ASSERT_NE(field, nullptr) << name << " " << occurrence;
+        expectSameValue(name, field->get<std::string>(), value);
         ++compared;
     }
     EXPECT_EQ(compared, 17 + 3 * 172);

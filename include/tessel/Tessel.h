@@ -34,6 +34,7 @@
 #include "tessel/paths/Node.h"
 #include "tessel/paths/PathComponents.h"
 #include "tessel/paths/PathContext.h"
+#include "tessel/paths/PathFunctionFactory.h"
 #include "tessel/paths/PathWalker.h"
 #include "tessel/platform/base/lumo_codec.h"
 #include "tessel/platform/base/lumo_concurrency.h"
@@ -77,3 +78,4 @@
 #include "tessel/platform/nitf/nrt_Pair.h"
 #include "tessel/platform/nitf/nrt_System.h"
 #include "tessel/platform/nitf/nrt_Types.h"
+#include "tessel/products/NITFProductProfile.h"

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "paths/PathDictionary.h"
+#include "tessel/file/NITFFactory.h"
 #include "tessel/paths/PathWalker.h"
 #include "tessel/platform/base/lumo_codec.h"
 #include "tests/paths/dictionary_test_support.h"
@@ -46,31 +47,12 @@ nitf_TREDescriptionInfo kAbcInfos[] = {{"ABC", kAbcFields, NITF_TRE_DESC_NO_LENG
                                        {nullptr, nullptr, NITF_TRE_DESC_NO_LENGTH}};
 nitf_TREDescriptionSet kAbcSet{0, kAbcInfos};
 
-// The user-defined subheader of a shapefile segment, laid out as the library defines it.
-nitf_TREDescription kShapeFields[] = {
-    field(NITF_BCS_A, 25, "SHAPE_USE"),
-    field(NITF_BCS_A, 10, "SHAPE_CLASS"),
-    {NITF_IF, 0, "eq CLOUD_SHAPES             ", "SHAPE_USE", nullptr},
-    field(NITF_BCS_A, 18, "CC_SOURCE"),
-    {NITF_ENDIF, 0, nullptr, nullptr, nullptr},
-    field(NITF_BCS_A, 3, "SHAPE1_NAME"),
-    field(NITF_BCS_N, 6, "SHAPE1_START"),
-    field(NITF_BCS_A, 3, "SHAPE2_NAME"),
-    field(NITF_BCS_N, 6, "SHAPE2_START"),
-    field(NITF_BCS_A, 3, "SHAPE3_NAME"),
-    field(NITF_BCS_N, 6, "SHAPE3_START"),
-    field(NITF_BCS_A, NITF_TRE_GOBBLE, "NOT_SUPPORTED"),
-    kEnd,
-};
-nitf_TREDescriptionInfo kShapeInfos[] = {{"CSSHPA", kShapeFields, NITF_TRE_DESC_NO_LENGTH},
-                                         {nullptr, nullptr, NITF_TRE_DESC_NO_LENGTH}};
-nitf_TREDescriptionSet kShapeSet{0, kShapeInfos};
-
 void registerTestExtensions() {
     static const bool registered = [] {
         nitf_Error error{};
         nitf_PluginRegistry_registerDescriptionSet("ABC", &kAbcSet, &error);
-        nitf_PluginRegistry_registerDescriptionSet("CSSHPA DES", &kShapeSet, &error);
+        // The shapefile subheaders are the library's own; they register at start.
+        Tessel::NITFFactory::get();
         return true;
     }();
     (void)registered;

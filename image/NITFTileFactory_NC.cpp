@@ -204,7 +204,9 @@ bool NITFTileFactory_NC::readTile(const tile_id& id, uint8_t* buffer) const {
     if (size == 0) {
         size = blockLength_;
     }
-    const size_t element = getBytesPerPixel();
+    // A complex sample is two components, each swapped by itself.
+    const size_t element =
+        pixelType_ == lumo_pixel::complex_float ? getBytesPerPixel() / 2 : getBytesPerPixel();
     switch (mode_) {
         case mode_B: {
             // Band after band within the block; a block cut short stops where it ends.

@@ -10,6 +10,7 @@
 #include "tessel/core/NITFType.h"
 #include "tessel/core/NITFURI.h"
 #include "tessel/file/NITFFilePrivate.h"
+#include "tessel/image/ImageOptions.h"
 
 namespace Tessel {
 
@@ -30,6 +31,10 @@ public:
     NITFType getNITFVersion() const;
     // The number of image segments, 0 with no record.
     size_t getNumberImages() const;
+    // The image of options.segment at options.level, made once and cached by the file.
+    // Nothing for a file that isn't read only; a failed construction throws. Throws
+    // std::bad_weak_ptr when the file isn't held by a shared pointer.
+    std::shared_ptr<NITFImage> getImage(const ImageOptions& options);
 
     std::unique_ptr<NITFFilePrivate>& getPrivate();
 

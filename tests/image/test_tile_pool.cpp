@@ -319,3 +319,9 @@ TEST(TilePool, ClearingTheFactoryCacheEmptiesTheProcessTileCache) {
     EXPECT_EQ(TilePool::get()->cacheSize(), 0u);
     EXPECT_EQ(held->getBuffer()[0], 0);
 }
+
+TEST(TilePool, AnIdWithoutFactoryIsRefused) {
+    auto pool = TilePool::makeForTesting(1, 60000);
+    lumo_concurrency::execution_context_fg context;
+    EXPECT_THROW(pool->getTile(tile_id{}, context), std::invalid_argument);
+}

@@ -40,7 +40,8 @@ bool Arguments::has(const std::string& flag) const {
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> all{versionCommand(), versionsCommand(), uriCommand(),
-                                          configCommand(),  infoCommand(),     recordCommand()};
+                                          configCommand(),  infoCommand(),     recordCommand(),
+                                          pathCommand(),    dumpCommand()};
     return all;
 }
 

@@ -38,5 +38,7 @@ Command uriCommand();
 Command configCommand();
 Command infoCommand();
 Command recordCommand();
+Command pathCommand();
+Command dumpCommand();
 
 }  // namespace tessel_cli

@@ -108,6 +108,12 @@ size_t NITFFile::getNumberImages() const {
     return nitf_Record_getNumImages(record, &error);
 }
 
+std::shared_ptr<NITFImage> NITFFile::getImage(const ImageOptions& options) {
+    const std::shared_ptr<NITFFile> self = shared_from_this();
+    NITFMessages messages;  // the caller learns of a failure by the exception
+    return d_->getImage(self, options, messages);
+}
+
 std::unique_ptr<NITFFilePrivate>& NITFFile::getPrivate() {
     return d_;
 }

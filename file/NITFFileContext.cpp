@@ -42,6 +42,15 @@ size_t NITFFileContext::getNumberImages() const {
     return file_ ? file_->getNumberImages() : 0;
 }
 
+std::shared_ptr<NITFImage> NITFFileContext::getImage(const ImageOptions& options) const {
+    if (!file_) {
+        return {};
+    }
+    ImageOptions forFile = options;
+    forFile.segment = static_cast<int32_t>(uri_.object_index());
+    return file_->getImage(forFile);
+}
+
 const NITFURI& NITFFileContext::getURI() const {
     return uri_;
 }

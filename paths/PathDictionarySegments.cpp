@@ -8,8 +8,11 @@
 #include <mutex>
 
 #include "paths/PathDictionary.h"
+#include "paths/PathDictionaryRpf.h"
 #include "tessel/core/NitroError.h"
 #include "tessel/file/BlockCache.h"
+#include "tessel/file/NITFFile.h"
+#include "tessel/image/NITFImage.h"
 #include "tessel/platform/base/lumo_codec.h"
 #include "tessel/platform/nitf/nitf_Segments.h"
 
@@ -299,7 +302,46 @@ Node encode_segment_data(int index, PathContext& context, std::string_view name,
     });
 }
 
-Dict encodeImage(nitf_ImageSegment* segment, int, PathContext& context) {
+// The codec's own description of the image, one String per property.
+Node encode_image_compression(int index, PathContext& context) {
+    return Node::makeDict([index, &context](NITFMessages& messages, const PathList&) {
+        Dict dict;
+        if (const auto image = context.getImage(index, messages)) {
+            for (const auto& [key, value] : image->getCompressionInfo()) {
+                dict.add(key, Node::makeString(value));
+            }
+        }
+        return dict;
+    });
+}
+
+// Reads the RPF sections through the file's own input, one seek and read at a time.
+RpfByteSource rpfSourceOf(const std::shared_ptr<Tessel::NITFFile>& file) {
+    return [file](uint64_t offset, size_t size, std::string& out) {
+        if (!file) {
+            return false;
+        }
+        const auto lock = file->getPrivate()->lockIO();
+        return rpfSourceOver(file->getPrivate()->getIO())(offset, size, out);
+    };
+}
+
+// The RPF sections that the image's location records list.
+Node encode_rpfimg_tables(int index, PathContext& context) {
+    return Node::makeDict([index, &context](NITFMessages& messages, const PathList&) {
+        const auto image = context.getImage(index, messages);
+        if (!image || image->getLocationTables().empty()) {
+            return Dict();
+        }
+        std::vector<RpfLocation> locations;
+        for (const auto& table : image->getLocationTables()) {
+            locations.push_back({table.id, table.length, table.offset});
+        }
+        return encodeRpfTables(locations, rpfSourceOf(image->getNITFFile()));
+    });
+}
+
+Dict encodeImage(nitf_ImageSegment* segment, int index, PathContext& context) {
     Dict dict;
     nitf_ImageSubheader* subheader = segment != nullptr ? segment->subheader : nullptr;
     if (subheader == nullptr) {
@@ -309,8 +351,10 @@ Dict encodeImage(nitf_ImageSegment* segment, int, PathContext& context) {
     push_back_block(dict, subheader->securityGroup, "IS");
     dict.add("Bands", encodeBands(subheader));
     dict.add("Comments", encode_field_list("Comment", subheader->imageComments));
+    dict.add("Compression", encode_image_compression(index, context));
     push_back_tres(dict, subheader->extendedSection, subheader->userDefinedSection,
                    subheader->extendedHeaderOverflow, context);
+    dict.add("RPFTables", encode_rpfimg_tables(index, context));
     return dict;
 }
 

@@ -14,6 +14,7 @@
 #include "tessel/core/NITFURI.h"
 #include "tessel/core/any_type.h"
 #include "tessel/file/NITFFilePrivate.h"
+#include "tessel/image/ImageOptions.h"
 
 namespace Tessel {
 
@@ -34,6 +35,10 @@ public:
     NITFType getNITFVersion() const;
     // The number of image segments, 0 with no record.
     size_t getNumberImages() const;
+    // The image of options.segment at options.level, made once and cached by the file.
+    // Nothing for a file that isn't read only; a failed construction throws. Throws
+    // std::bad_weak_ptr when the file isn't held by a shared pointer.
+    std::shared_ptr<NITFImage> getImage(const ImageOptions& options);
 
     // The whole file's metadata in the format named "XML", "JSON" or "RAW" (blanks around
     // the name are ignored); any other name gives the trimmed text of every field in turn.

@@ -13,11 +13,13 @@
 #include "tessel/core/NITFType.h"
 #include "tessel/core/NITFURI.h"
 #include "tessel/core/any_type.h"
+#include "tessel/image/ImageOptions.h"
 
 namespace Tessel {
 
 class NITFFile;
 class NITFFactory;
+class NITFImage;
 
 class NITFFileContext {
 public:
@@ -38,6 +40,10 @@ public:
     NITFType getNITFVersion() const;
     // The number of image segments, 0 without a file.
     size_t getNumberImages() const;
+
+    // The file's image with `options`, whose segment is replaced by the URI's object index:
+    // the URI's segment always wins. Nothing without a file.
+    std::shared_ptr<NITFImage> getImage(const ImageOptions& options) const;
 
     const NITFURI& getURI() const;
     // Throws std::runtime_error "No File" when the context is empty.

@@ -1,11 +1,14 @@
 #pragma once
-// The state of one open file: the NITRO objects it owns, the segment bodies read so far, and
-// the lock that guards the record of a file made for writing.
+// The state of one open file: the NITRO objects it owns, the segment bodies read so far, the
+// images made of it, and the lock that guards the record of a file made for writing.
 
+#include <map>
+#include <memory>
 #include <mutex>
 
 #include "tessel/core/NITFURI.h"
 #include "tessel/file/BlockCache.h"
+#include "tessel/image/ImageOptions.h"
 #include "tessel/paths/PathContext.h"
 #include "tessel/platform/nitf/nitf_ImageIO.h"
 #include "tessel/platform/nitf/nrt_IOInterface.h"
@@ -17,14 +20,20 @@ class NITFFile;
 class NITFFilePrivate : public PathContext {
 public:
     NITFFilePrivate(NITFFile* owner, const NITFURI& uri);
-    // Destroys the image reader, the record, the reader and the input, in this order.
+    // Drops the images, then destroys the image reader, the record, the reader and the
+    // input, in this order.
     ~NITFFilePrivate() override;
 
     nitf_Record*& getRecord() override;
     nitf_Reader*& getReader() override;
     BlockCache& getBlockCache() override;
-    // Image segments are not served by the file model yet: every index yields nothing.
+    // The full-resolution image of segment `index`, or nothing with the reason in the sink.
     std::shared_ptr<NITFImage> getImage(int index, NITFMessages& messages) override;
+    // The cached image for `options`, made on a miss without any lock held; when two threads
+    // make one at once, the first to finish is cached and the other's is still returned.
+    // Nothing for a file that isn't read only. Exceptions of the construction go through.
+    std::shared_ptr<NITFImage> getImage(const std::shared_ptr<NITFFile>& file,
+                                        const ImageOptions& options, NITFMessages& messages);
 
     NITFFile* getOwner() const { return owner_; }
     const NITFURI& getURI() const { return uri_; }
@@ -37,6 +46,9 @@ public:
 
     // Holds the record lock for a file that may change, and nothing for a read-only one.
     std::unique_lock<std::recursive_mutex> lockRecord() const;
+    // Serialises a seek and the reads that follow on the file's NITRO input, whose position
+    // all its users share.
+    std::unique_lock<std::mutex> lockIO() const { return std::unique_lock(ioMutex_); }
 
 private:
     NITFFile* owner_;
@@ -46,8 +58,11 @@ private:
     nitf_Record* record_ = nullptr;
     nitf_ImageReader* imageReader_ = nullptr;
     BlockCache blockCache_;
+    std::map<ImageOptions, std::shared_ptr<NITFImage>> images_;
     bool readOnly_ = true;
     mutable std::recursive_mutex recordMutex_;
+    std::mutex imageMutex_;
+    mutable std::mutex ioMutex_;
 };
 
 }  // namespace Tessel

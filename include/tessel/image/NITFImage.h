@@ -130,6 +130,9 @@ public:
     bool calculateStatistics(int band, double& min, double& max, double& mean, double& stddev);
 
 private:
+    // The histogram itself, without the cache.
+    bool calculateHistogramInternal(int band, Histogram& histogram);
+
     ImageOptions options_;
     std::unique_ptr<NITFImagePrivate> d_;
 };

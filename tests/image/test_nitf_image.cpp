@@ -583,3 +583,10 @@ TEST(NITFImagePyramid, LevelsAboveZeroSearchNoFurther) {
     EXPECT_FALSE(opened->getPyramidLevel(0));
     EXPECT_FALSE(opened->getPyramidLevel(2));
 }
+
+TEST(NITFImagePaths, GetISDIsTheFilesDocument) {
+    file_test::TempDir dir;
+    const auto opened = openSpec(dir, smallSpec());
+    EXPECT_EQ(opened->getISD("JSON"), opened.file->getISD("JSON"));
+    EXPECT_NE(opened->getISD("XML").find("<NITF"), std::string::npos);
+}

@@ -127,14 +127,14 @@ ColorMap readColorTable(RpfLocationReader& colormap, const ColorOffsetRecord& re
     const size_t at = record.tableOffset;
     switch (record.tableId) {
         case 1: {
+            const uint8_t* bytes = colormap.bytes(at, size_t{record.records} * 3);
             std::vector<std::array<uint8_t, 3>> table(record.records);
-            const uint8_t* bytes = colormap.bytes(at, table.size() * 3);
             std::memcpy(table.data(), bytes, table.size() * 3);
             return table;
         }
         case 2: {
+            const uint8_t* bytes = colormap.bytes(at, size_t{record.records} * 4);
             std::vector<std::array<uint8_t, 4>> table(record.records);
-            const uint8_t* bytes = colormap.bytes(at, table.size() * 4);
             std::memcpy(table.data(), bytes, table.size() * 4);
             return table;
         }

@@ -94,14 +94,15 @@ std::vector<nitf_TRE*> findRpfImg(nitf_ImageSubheader* subheader) {
     return found;
 }
 
-std::vector<LocationTable> loadLocationTables(nitf_ImageSubheader* subheader,
+std::vector<LocationTable> loadLocationTables(NITFFile& file, nitf_ImageSubheader* subheader,
                                               NITFMessages& messages) {
     const std::vector<nitf_TRE*> found = findRpfImg(subheader);
     if (found.size() != 1) {
         return {};
     }
-    // A TRE without a definition holds its bytes as "raw_data"; a defined one gives the same
-    // bytes, in file order, under that name.
+    // A TRE without a definition holds its bytes as "raw_data"; a defined one builds the same
+    // bytes, in file order, at each request, so images of one file take turns here.
+    const auto lock = file.getPrivate()->lockIO();
     nitf_Field* raw = nitf_TRE_getField(found.front(), NITF_TRE_RAW);
     if (raw == nullptr || raw->raw == nullptr) {
         constexpr const char* kMissing = "Loading RPFIMG: Unable to get TRE";
@@ -340,7 +341,7 @@ NITFImage::NITFImage(const std::shared_ptr<NITFFile>& file, const ImageOptions& 
         }
         nitf_ImageSubheader* subheader = segment->subheader;
 
-        d_->locationTables = loadLocationTables(subheader, messages);
+        d_->locationTables = loadLocationTables(*file, subheader, messages);
         d_->imageCategory = fieldText(subheader->imageCategory);
         d_->imageRepresentation = fieldText(subheader->imageRepresentation);
         d_->compressionType = imageCompressionFromIC(fieldText(subheader->imageCompression));

@@ -244,6 +244,7 @@ struct RpfColorTable {
     uint16_t id = 2;
     uint32_t records = 216;
     uint8_t seed = 0;
+    uint32_t claimed = 0;  // a number of records to announce instead of the real one
 };
 
 std::string tableBytes(const RpfColorTable& table) {
@@ -269,7 +270,8 @@ std::string rpfPayload(uint32_t base, const std::vector<RpfColorTable>& tables) 
         const std::string bytes = tableBytes(table);
         const size_t tableAt = dataAt;
         const size_t histogramAt = tableAt + bytes.size();
-        colormap += bigEndian(table.id, 2) + bigEndian(table.records, 4) +
+        colormap += bigEndian(table.id, 2) +
+                    bigEndian(table.claimed != 0 ? table.claimed : table.records, 4) +
                     bigEndian(bytes.size() / table.records, 1) + bigEndian(4, 2) +
                     bigEndian(tableAt, 4) + bigEndian(histogramAt, 4);
         data += bytes + std::string(size_t{4} * table.records, '\0');
@@ -582,4 +584,26 @@ TEST(NITFImagePyramid, LevelsAboveZeroSearchNoFurther) {
     EXPECT_EQ(opened->getPyramidLevel(1)->getInternalPyramidLevels(), 0u);
     EXPECT_FALSE(opened->getPyramidLevel(0));
     EXPECT_FALSE(opened->getPyramidLevel(2));
+}
+
+TEST(NITFImagePaths, GetISDIsTheFilesDocument) {
+    file_test::TempDir dir;
+    const auto opened = openSpec(dir, smallSpec());
+    EXPECT_EQ(opened->getISD("JSON"), opened.file->getISD("JSON"));
+    EXPECT_NE(opened->getISD("XML").find("<NITF"), std::string::npos);
+}
+
+TEST(NITFImage, RpfTableLongerThanTheFileFailsTheImage) {
+    file_test::TempDir dir;
+    RpfColorTable table;
+    table.claimed = 0x40000000;
+    writeRpfFile(dir / "a.ntf", {table});
+    const auto file = image_test::openFile(dir / "a.ntf");
+    ASSERT_TRUE(file);
+    try {
+        file->getImage({});
+        FAIL() << "no exception";
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "RPFIMG: Unable to read NITF File");
+    }
 }

@@ -47,7 +47,7 @@ public:
     // Holds the record lock for a file that may change, and nothing for a read-only one.
     std::unique_lock<std::recursive_mutex> lockRecord() const;
     // Serialises a seek and the reads that follow on the file's NITRO input, whose position
-    // all its users share.
+    // all its users share, and the byte views that defined TREs build on request.
     std::unique_lock<std::mutex> lockIO() const { return std::unique_lock(ioMutex_); }
 
 private:

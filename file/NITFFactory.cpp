@@ -10,6 +10,7 @@
 
 #include "file/NITFWarehouse.h"
 #include "tessel/file/NITFFile.h"
+#include "tessel/image/TilePool.h"
 #include "tessel/io/IOPool.h"
 #include "tessel/platform/base/lumo_system.h"
 #include "tessel/platform/base/nitf_fs.h"
@@ -88,6 +89,7 @@ NITFFactory::NITFFactory() {
     neutraliseNitroPluginSearch(folders);
     announce(plugins_loading);
     loadPlugins(folders);
+    TilePool::get();
     announce(plugins_loaded);
 }
 
@@ -199,6 +201,7 @@ void NITFFactory::clearCache() {
     }
     warehouse.clear();
     IOPool::Clear(L"");
+    TilePool::get()->clearCache(nullptr);
 }
 
 }  // namespace Tessel

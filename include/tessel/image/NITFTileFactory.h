@@ -82,6 +82,10 @@ protected:
     uint64_t dataOffset_ = 0;
     uint64_t dataLength_ = 0;
     std::vector<BlockEntry> blockTable_;
+
+private:
+    // Applies the mask table at the start of a masked image's data to the block table.
+    void readMaskTable();
 };
 
 // Copies elements start, start + stride, ... of `source` (sourceLength bytes) to consecutive

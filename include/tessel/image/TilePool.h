@@ -50,6 +50,8 @@ public:
 
 private:
     struct Impl;
+    // From the options, for the process-wide pool.
+    TilePool();
     TilePool(int threads, int ttlMilliseconds);
     std::unique_ptr<Impl> impl_;
 };

@@ -1,0 +1,216 @@
+#include "tessel/image/NITFTileFactory.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <stdexcept>
+
+#include "image/NITFImageSegment.h"
+#include "tessel/file/NITFFile.h"
+#include "tessel/image/NITFImage.h"
+#include "tessel/platform/base/nitf_fs.h"
+
+namespace Tessel {
+
+namespace {
+
+bool equalsIgnoringCase(std::string_view text, std::string_view expected) {
+    return text.size() == expected.size() &&
+           std::equal(text.begin(), text.end(), expected.begin(), [](char a, char b) {
+               return std::toupper(static_cast<unsigned char>(a)) ==
+                      std::toupper(static_cast<unsigned char>(b));
+           });
+}
+
+// How many entries the block table of a mode has; nothing for X and Z.
+uint64_t blockTableLength(NITFTileFactory::Mode mode, uint64_t blocksPerRow,
+                          uint64_t blocksPerColumn, uint64_t bands) {
+    switch (mode) {
+        case NITFTileFactory::mode_B:
+        case NITFTileFactory::mode_P:
+        case NITFTileFactory::mode_R:
+        case NITFTileFactory::mode_T:
+        case NITFTileFactory::mode_E:
+            return blocksPerRow * blocksPerColumn;
+        case NITFTileFactory::mode_S:
+        case NITFTileFactory::mode_D:
+        case NITFTileFactory::mode_F:
+            return bands * blocksPerColumn * blocksPerRow;
+        default:
+            return 0;
+    }
+}
+
+// Reads one mask (block or pad pixel) of 32-bit offsets into the table: each entry's offset
+// becomes the value plus IMDATOFF, and the sizes follow from the offsets. False when the
+// file ends first; the entries read so far stay.
+bool applyMask(nitf_fs::ext::mini_reader& reader, uint32_t imageDataOffset, uint64_t dataLength,
+               std::vector<NITFTileFactory::BlockEntry>& table) {
+    for (NITFTileFactory::BlockEntry& entry : table) {
+        const std::optional<uint32_t> value = reader.read_be32();
+        if (!value) {
+            return false;
+        }
+        entry.offset = static_cast<uint32_t>(*value + imageDataOffset);
+    }
+    for (size_t i = 0; i + 1 < table.size(); ++i) {
+        table[i].size = table[i + 1].offset - table[i].offset;
+    }
+    if (!table.empty()) {
+        table.back().size = dataLength - table.back().offset;
+    }
+    return true;
+}
+
+}  // namespace
+
+NITFTileFactory::NITFTileFactory(const NITFImage* image) {
+    limit_.factory = this;
+    const ImageSegmentFields fields = readImageSegmentFields(image);
+    if (!fields.found) {
+        return;  // the file has gone: no geometry, nothing to read
+    }
+    uri_ = fields.uri;
+
+    width_ = fields.ncols;
+    height_ = fields.nrows;
+    bitsPerPixel_ = roundBitsPerPixel(fields.nbpp);
+    const uint32_t blocksPerRow = fields.nbpr == 0 ? 1 : fields.nbpr;
+    blockWidth_ = fields.nppbh == 0 ? static_cast<uint32_t>(fields.ncols) : fields.nppbh;
+    blockHeight_ = fields.nppbv == 0 ? static_cast<uint32_t>(fields.nrows) : fields.nppbv;
+    limit_ = tile_id{this, blocksPerRow, fields.nbpc, fields.nbands};
+    blockBytes_ = uint64_t{getBytesPerPixel()} * blockHeight_ * blockWidth_;
+    pixelType_ = pixelTypeFromPVTYPE(fields.pvtype);
+    mode_ = modeFromIMODE(fields.imode);
+    dataOffset_ = fields.dataOffset;
+    dataLength_ = fields.dataLength;
+
+    if (mode_ == mode_none) {
+        throw std::runtime_error("IMODE is not defined");
+    }
+    const uint64_t entries = blockTableLength(mode_, limit_.x, limit_.y, limit_.band);
+    blockTable_.reserve(entries);
+    for (uint64_t i = 0; i < entries; ++i) {
+        blockTable_.push_back({i * blockBytes_, blockBytes_});
+    }
+    if (blockTable_.size() == 1) {
+        blockTable_.front().size = dataLength_;
+    }
+    if (isMasked(fields.compression)) {
+        readMaskTable();
+    }
+}
+
+NITFTileFactory::~NITFTileFactory() = default;
+
+void NITFTileFactory::readMaskTable() {
+    nitf_fs::ext::mini_reader reader(uri_.nativePath(), dataOffset_);
+    const std::optional<uint32_t> imageDataOffset = reader.read_be32();
+    const std::optional<uint16_t> blockRecordLength = reader.read_be16();
+    const std::optional<uint16_t> padRecordLength = reader.read_be16();
+    const std::optional<uint16_t> padCodeLength = reader.read_be16();
+    if (!reader.ok()) {
+        return;  // a table cut short leaves the plain layout
+    }
+    if (*padCodeLength != 0) {
+        reader.skip((*padCodeLength + 7u) / 8u);
+    }
+    if (*blockRecordLength == 4 && !applyMask(reader, *imageDataOffset, dataLength_, blockTable_)) {
+        return;
+    }
+    if (*padRecordLength == 4) {
+        applyMask(reader, *imageDataOffset, dataLength_, blockTable_);
+    }
+}
+
+uint32_t NITFTileFactory::getBytesPerPixel() const {
+    return bitsPerPixel_ == 0 ? 0 : (bitsPerPixel_ - 1) / 8 + 1;
+}
+
+uint32_t NITFTileFactory::roundBitsPerPixel(uint32_t nbpp) {
+    if (nbpp <= 8 || nbpp > 64) {
+        return nbpp;
+    }
+    if (nbpp <= 16) {
+        return 16;
+    }
+    return nbpp <= 32 ? 32 : 64;
+}
+
+lumo_pixel::type NITFTileFactory::pixelTypeFromPVTYPE(std::string_view pvtype) {
+    if (equalsIgnoringCase(pvtype, "INT")) {
+        return lumo_pixel::unsigned_integer;
+    }
+    if (equalsIgnoringCase(pvtype, "B  ")) {
+        return lumo_pixel::bilevel;
+    }
+    if (equalsIgnoringCase(pvtype, "SI ")) {
+        return lumo_pixel::signed_integer;
+    }
+    if (equalsIgnoringCase(pvtype, "R  ")) {
+        return lumo_pixel::real;
+    }
+    if (equalsIgnoringCase(pvtype, "C  ")) {
+        return lumo_pixel::complex_float;
+    }
+    return lumo_pixel::unknown;
+}
+
+NITFTileFactory::Mode NITFTileFactory::modeFromIMODE(std::string_view imode) {
+    if (imode.size() != 1) {
+        return mode_none;
+    }
+    switch (imode.front()) {
+        case 'S':
+            return mode_S;
+        case 'B':
+            return mode_B;
+        case 'P':
+            return mode_P;
+        case 'R':
+            return mode_R;
+        case 'D':
+            return mode_D;
+        case 'T':
+            return mode_T;
+        case 'E':
+            return mode_E;
+        case 'F':
+            return mode_F;
+        case 'X':
+            return mode_X;
+        case 'Z':
+            return mode_Z;
+        default:
+            return mode_none;
+    }
+}
+
+void swappingCopy(size_t elementSize, const uint8_t* source, uint8_t* destination,
+                  size_t sourceLength, size_t start, size_t stride) {
+    if (elementSize != 1 && elementSize != 2 && elementSize != 4 && elementSize != 8) {
+        return;
+    }
+    const size_t count = sourceLength / elementSize;
+    if (elementSize == 1 && stride == 1) {
+        if (start < count && source != destination) {
+            std::memmove(destination, source + start, count - start);
+        }
+        return;
+    }
+    uint8_t element[8];
+    for (size_t index = start, out = 0; index < count; index += stride, ++out) {
+        std::memcpy(element, source + index * elementSize, elementSize);
+        std::reverse(element, element + elementSize);
+        if (elementSize == 1) {
+            destination[out] = element[0];
+        } else {
+            std::memcpy(destination + out * elementSize, element, elementSize);
+        }
+        if (stride == 0) {
+            break;  // a zero stride would visit the same element forever
+        }
+    }
+}
+
+}  // namespace Tessel

@@ -1,0 +1,256 @@
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+
+#include "image/NITFImageSegment.h"
+#include "image/TileMakers.h"
+#include "tessel/file/NITFFile.h"
+#include "tessel/image/NITFImage.h"
+#include "tessel/image/NITFTileFactory.h"
+#include "tessel/io/NitroGdalIOInterface.h"
+#include "tessel/platform/nitf.h"
+
+namespace Tessel {
+
+std::unique_ptr<TileFactory> makeComplexTileFactory(const NITFImage* image,
+                                                    const ImageOptions& options);
+
+namespace {
+
+constexpr uint64_t kMissingBlock = 0xFFFFFFFF;
+
+// The mask information of a masked image's reader; `present` is false for other images.
+struct MaskInfo {
+    bool present = false;
+    uint32_t padValueLength = 0;
+    const uint8_t* padValue = nullptr;
+    const uint64_t* blockMask = nullptr;
+};
+
+MaskInfo maskInfoOf(nitf_ImageReader* reader) {
+    MaskInfo info;
+    if (reader == nullptr) {
+        return info;
+    }
+    uint32_t imageDataOffset = 0;
+    uint32_t blockRecordLength = 0;
+    uint32_t padRecordLength = 0;
+    uint8_t* padValue = nullptr;
+    uint64_t* blockMask = nullptr;
+    uint64_t* padMask = nullptr;
+    info.present =
+        nitf_ImageIO_getMaskInfo(reader->imageDeblocker, &imageDataOffset, &blockRecordLength,
+                                 &padRecordLength, &info.padValueLength, &padValue, &blockMask,
+                                 &padMask) != 0;
+    info.padValue = padValue;
+    // A block mask exists only when the table records block offsets.
+    info.blockMask = blockRecordLength != 0 ? blockMask : nullptr;
+    return info;
+}
+
+class NITFTileFactory_NC : public NITFTileFactory {
+public:
+    NITFTileFactory_NC(const NITFImage* image, const ImageOptions& options)
+        : NITFTileFactory(image) {
+        if (options.mode == ImageOptions::write_mode) {
+            return;
+        }
+        openReader(image);
+    }
+
+    ~NITFTileFactory_NC() override {
+        nitf_ImageReader_destruct(&reader_);
+        nrt_IOInterface_destruct(&input_);
+    }
+
+    std::map<std::string, std::string> getCompressionInfo() const override {
+        const MaskInfo mask = maskInfoOf(reader_);
+        if (!hasPadValue(mask)) {
+            return {};
+        }
+        return {{"PadValue", std::to_string(unsigned{mask.padValue[0]})}};
+    }
+
+    bool hasInternalLevel(uint32_t /*level*/) const override { return false; }
+
+    lumo_pixel::pixel getNoData() const override {
+        const MaskInfo mask = maskInfoOf(reader_);
+        if (!hasPadValue(mask)) {
+            return lumo_pixel::pixel::none();
+        }
+        return lumo_pixel::pixel::fromUnsigned(lumo_pixel::unsigned_integer, 8, mask.padValue[0]);
+    }
+
+    TileGroup createTiles(const tile_id& id) const override;
+
+    // The block of a tile in the image's block order; -1 when the mode has none.
+    int64_t blockNumber(const tile_id& id) const {
+        const uint64_t across = limit_.x;
+        const uint64_t down = limit_.y;
+        switch (mode_) {
+            case mode_S:
+                return static_cast<int64_t>(id.band * across * down + id.y * across + id.x);
+            case mode_B:
+            case mode_P:
+                return static_cast<int64_t>(id.y * across + id.x);
+            default:
+                return -1;
+        }
+    }
+
+    // Copies the tile's band of its block into `buffer`; false when the block can't be read.
+    bool readTile(const tile_id& id, uint8_t* buffer) const;
+
+private:
+    static bool hasPadValue(const MaskInfo& mask) {
+        return mask.present && mask.padValue != nullptr && mask.padValueLength != 0;
+    }
+
+    void openReader(const NITFImage* image) {
+        const ImageSegmentFields fields = readImageSegmentFields(image);
+        if (!fields.found) {
+            throw std::runtime_error("Cannot Read Image.");
+        }
+        nitf_Error error{};
+        {
+            NITFFilePrivate& file = *fields.file->getPrivate();
+            const auto lock = file.lockRecord();
+            reader_ = nitf_Reader_newImageReader(file.getReader(), fields.segment, nullptr, &error);
+        }
+        if (reader_ == nullptr) {
+            throw std::runtime_error("Cannot Read Image.");
+        }
+        // A position of its own, so that the loads of this image don't move the file's.
+        input_ = NitroGdalIOInterface::Create(uri_, NRT_ACCESS_READONLY, &error);
+        if (input_ != nullptr) {
+            reader_->input = input_;
+        }
+        nitf_BlockingInfo* blocking = nitf_ImageReader_getBlockingInfo(reader_, &error);
+        if (blocking == nullptr) {
+            return;  // the reads fail later, one tile at a time
+        }
+        limit_.x = blocking->numBlocksPerRow;
+        limit_.y = blocking->numBlocksPerCol;
+        blockHeight_ = blocking->numRowsPerBlock;
+        blockWidth_ = blocking->numColsPerBlock;
+        blockBytes_ = uint64_t{blockHeight_} * getBytesPerPixel() * blockWidth_;
+        blockLength_ = blocking->length;
+        nitf_BlockingInfo_destruct(&blocking);
+    }
+
+    mutable std::mutex readMutex_;  // the NITRO reader isn't thread-safe
+    nitf_ImageReader* reader_ = nullptr;
+    nrt_IOInterface* input_ = nullptr;
+    uint64_t blockLength_ = 0;  // bytes of one block as the reader stores it
+};
+
+// One band of one block.
+class NITFTile_NC : public Tile {
+public:
+    NITFTile_NC(const tile_id& id, const NITFTileFactory_NC* factory)
+        : Tile(id), factory_(factory) {}
+
+    bool load(TileGroup& /*group*/) override {
+        uint8_t* buffer = allocateBuffer();
+        if (!factory_->readTile(getId(), buffer)) {
+            markFailed();
+            return false;
+        }
+        return true;
+    }
+
+private:
+    const NITFTileFactory_NC* factory_;
+};
+
+TileGroup NITFTileFactory_NC::createTiles(const tile_id& id) const {
+    if (reader_ == nullptr) {
+        return {{id, errorTile()}};
+    }
+    const int64_t block = blockNumber(id);
+    const MaskInfo mask = maskInfoOf(reader_);
+    if (block >= 0 && mask.blockMask != nullptr &&
+        mask.blockMask[static_cast<uint64_t>(block)] == kMissingBlock) {
+        return {{id, blankTile()}};
+    }
+    return {{id, std::make_shared<NITFTile_NC>(id, this)}};
+}
+
+bool NITFTileFactory_NC::readTile(const tile_id& id, uint8_t* buffer) const {
+    std::lock_guard lock(readMutex_);
+    if (reader_ == nullptr) {
+        return false;
+    }
+    nitf_Error error{};
+    if (!reader_->directBlockRead) {
+        if (!nitf_ImageIO_setupDirectBlockRead(reader_->imageDeblocker, reader_->input, 1,
+                                               &error)) {
+            return false;
+        }
+        reader_->directBlockRead = 1;
+    }
+    const int64_t block = blockNumber(id);
+    if (block < 0 || block > int64_t{UINT32_MAX}) {
+        return false;
+    }
+    uint64_t size = 0;
+    const uint8_t* data = nitf_ImageIO_readBlockDirect(reader_->imageDeblocker, reader_->input,
+                                                       static_cast<uint32_t>(block), &size, &error);
+    if (data == nullptr) {
+        return false;
+    }
+    if (size == 0) {
+        size = blockLength_;
+    }
+    // A complex sample is two components, each swapped by itself.
+    const size_t element =
+        pixelType_ == lumo_pixel::complex_float ? getBytesPerPixel() / 2 : getBytesPerPixel();
+    switch (mode_) {
+        case mode_B: {
+            // Band after band within the block; a block cut short stops where it ends.
+            const uint64_t start = uint64_t{id.band} * blockBytes_;
+            if (start < size) {
+                swappingCopy(element, data + start, buffer, std::min(blockBytes_, size - start), 0,
+                             1);
+            }
+            break;
+        }
+        case mode_P: {
+            // Interleaved samples: never more than the tile holds.
+            const uint64_t bands = std::max<uint32_t>(limit_.band, 1);
+            swappingCopy(element, data, buffer, std::min(size, blockBytes_ * bands), id.band,
+                         bands);
+            break;
+        }
+        default:
+            swappingCopy(element, data, buffer, std::min(blockBytes_, size), 0, 1);
+            break;
+    }
+    return true;
+}
+
+// A single block of the whole image: no more than one block across and one down.
+bool isSingleBlock(const ImageSegmentFields& fields) {
+    const bool across = fields.nppbh == 0 || fields.nppbh == fields.ncols || fields.nbpr == 1;
+    const bool down = fields.nppbv == 0 || fields.nppbv == fields.nrows || fields.nbpc == 1;
+    return across && down;
+}
+
+}  // namespace
+
+std::unique_ptr<TileFactory> makeUncompressedTileFactory(const NITFImage* image,
+                                                         const ImageOptions& options) {
+    const ImageSegmentFields fields = readImageSegmentFields(image);
+    if (fields.compression != eCompressionNC && fields.compression != eCompressionNM) {
+        return nullptr;
+    }
+    if (options.mode != ImageOptions::write_mode && fields.compression == eCompressionNC &&
+        isSingleBlock(fields) && fields.nbands == 2 && fields.imode == "P") {
+        return makeComplexTileFactory(image, options);
+    }
+    return std::make_unique<NITFTileFactory_NC>(image, options);
+}
+
+}  // namespace Tessel

@@ -1,0 +1,25 @@
+#pragma once
+// The tile factory makers of the image sources, registered from one place in a fixed order
+// (the codec makers first, then the uncompressed one, which accepts what they leave).
+
+#include <memory>
+
+#include "tessel/image/TileFactory.h"
+
+namespace Tessel {
+
+class NITFImage;
+struct ImageOptions;
+
+// Images with IC NC or NM: uncompressed blocks, and single-block complex images.
+std::unique_ptr<TileFactory> makeUncompressedTileFactory(const NITFImage* image,
+                                                         const ImageOptions& options);
+
+// The factory of images whose compression nothing can decode: the image's geometry, and
+// blank tiles on every request.
+std::unique_ptr<TileFactory> makeErrorTileFactory(const NITFImage* image);
+
+// Registers the built-in makers, once, in their order.
+void registerBuiltinTileFactories();
+
+}  // namespace Tessel

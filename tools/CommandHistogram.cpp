@@ -18,6 +18,11 @@ double binValue(const Tessel::NITFImage::Histogram& histogram, size_t bin) {
     return static_cast<double>(bin) / scale - histogram.offset;
 }
 
+// -0 shows as 0: the offset of a range that starts at 0 is its negation.
+double shown(double value) {
+    return value + 0.0;
+}
+
 Json toJson(int band, const Tessel::NITFImage::Histogram& histogram) {
     return Json{{"band", band},
                 {"step", histogram.step},
@@ -25,7 +30,7 @@ Json toJson(int band, const Tessel::NITFImage::Histogram& histogram) {
                 {"max", histogram.max},
                 {"mean", histogram.mean},
                 {"stddev", histogram.stddev},
-                {"offset", histogram.offset},
+                {"offset", shown(histogram.offset)},
                 {"scale", histogram.scale},
                 {"bins", histogram.bins}};
 }
@@ -37,7 +42,7 @@ void printText(int band, const Tessel::NITFImage::Histogram& histogram) {
     std::printf("%-8s %.17g\n", "max", histogram.max);
     std::printf("%-8s %.17g\n", "mean", histogram.mean);
     std::printf("%-8s %.17g\n", "stddev", histogram.stddev);
-    std::printf("%-8s offset %.17g, scale %.17g, %zu bins\n", "bins", histogram.offset,
+    std::printf("%-8s offset %.17g, scale %.17g, %zu bins\n", "bins", shown(histogram.offset),
                 histogram.scale, histogram.bins.size());
     for (size_t bin = 0; bin < histogram.bins.size(); ++bin) {
         if (histogram.bins[bin] != 0) {

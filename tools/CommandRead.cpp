@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -86,22 +85,24 @@ ReadRequest requestFor(const OptionWords& options, const Tessel::NITFImage& imag
     return request;
 }
 
-// Output rows per read. When the rows are resampled, a strip starts on a source row only
-// every outHeight / gcd(height, outHeight) output rows, so strips are multiples of that and
-// read exactly as one whole read would.
-// `asked` (0 for a choice by size) is rounded down to such a multiple.
+// Output rows per read. A read resampled in height walks its source in spans whose phase
+// depends on where the read starts, so only one whole read gives the nearest neighbours of
+// the whole window: such reads are not cut into strips. `asked` (0 for a choice by size)
+// overrides the size of the others.
 uint32_t stripRowsFor(const ReadRequest& request, uint32_t bytesPerSample, uint32_t blockHeight,
                       uint32_t asked) {
+    if (request.height != request.outHeight) {
+        return request.outHeight;
+    }
+    if (asked != 0) {
+        return std::min(asked, request.outHeight);
+    }
     const uint64_t rowBytes =
         uint64_t{request.outWidth} * request.bands.size() * std::max(bytesPerSample, 1u);
     uint64_t rows = std::max<uint64_t>(1, strip_bytes / std::max<uint64_t>(rowBytes, 1));
-    const uint64_t period = request.outHeight / std::gcd(request.height, request.outHeight);
-    if (asked != 0) {
-        rows = asked;
-    } else if (period == 1 && blockHeight > 0 && rows >= blockHeight) {
+    if (blockHeight > 0 && rows >= blockHeight) {
         rows -= rows % blockHeight;  // whole blocks: no tile is fetched by two strips
     }
-    rows = std::max(period, rows - rows % period);
     return static_cast<uint32_t>(std::min<uint64_t>(rows, request.outHeight));
 }
 
@@ -182,6 +183,9 @@ int runRead(const Arguments& arguments) {
                                   image.getBytesPerPixel(),
                                   image.getPixelType(),
                                   rgbImage && request.bands.size() == 3};
+        if (layout.bytesPerSample == 0 || layout.pixelType == lumo_pixel::unknown) {
+            throw std::runtime_error("the image has no samples to read");
+        }
         const uint32_t askedRows =
             options.value("--strip-rows")
                 ? parseUnsigned(*options.value("--strip-rows"), "--strip-rows")
@@ -216,8 +220,8 @@ Command readCommand() {
             "per band, uncompressed. PNG takes 8-bit samples of one band (grey, or RGB through\n"
             "the band's colour map when it has one) or of three bands (RGB); other band\n"
             "counts are refused. Images are read in strips of about 32 MB (--strip-rows sets\n"
-            "the output rows of a strip; a resampled read rounds it to rows that start on a\n"
-            "source row); a progress bar shows on a terminal.",
+            "the output rows of a strip), except that a read resampled in height is read at\n"
+            "once; a progress bar shows on a terminal.",
             runRead};
 }
 

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/nitf/sha256.h"
 #include "support/FileTestSupport.h"
 #include "support/RasterFiles.h"
 #include "support/RunTool.h"
@@ -221,6 +222,57 @@ TEST(TesselRead, OverviewFileIsReadAtItsLevel) {
     EXPECT_EQ(tiff.width, 64u);
     EXPECT_EQ(tiff.samples, 1);
     EXPECT_EQ(tiff.at<uint8_t>(0, 47, 63), gradient(47, 63));
+}
+
+// TIFF keeps the sample type: integers of every width, floats and complex samples, each
+// plane byte for byte what GDAL decodes from the file.
+TEST(TesselRead, TiffKeepsTheSampleTypeOfEveryImage) {
+    const fs::path fixtures = fs::path(TESSEL_SHARED_DIR) / "fixtures";
+    if (!fs::exists(fixtures)) {
+        GTEST_SKIP() << "no fixtures at " << fixtures;
+    }
+    struct Expected {
+        const char* name;
+        uint16_t format;
+        uint16_t bits;
+    };
+    file_test::TempDir dir;
+    for (const auto& expected :
+         {Expected{"nc_u16", SAMPLEFORMAT_UINT, 16}, Expected{"nc_i16", SAMPLEFORMAT_INT, 16},
+          Expected{"nc_u32", SAMPLEFORMAT_UINT, 32}, Expected{"nc_i32", SAMPLEFORMAT_INT, 32},
+          Expected{"nc_f32", SAMPLEFORMAT_IEEEFP, 32}, Expected{"nc_f64", SAMPLEFORMAT_IEEEFP, 64},
+          Expected{"nc_c64", SAMPLEFORMAT_COMPLEXIEEEFP, 64}}) {
+        const fs::path input = fixtures / (std::string(expected.name) + ".ntf");
+        const fs::path output = dir / (std::string(expected.name) + ".tif");
+        const auto result = read(input.string(), output);
+        ASSERT_EQ(result.status, 0) << result.out;
+        const auto tiff = readTiff(output);
+        ASSERT_TRUE(tiff.ok) << expected.name;
+        EXPECT_EQ(tiff.format, expected.format) << expected.name;
+        EXPECT_EQ(tiff.bits, expected.bits) << expected.name;
+        std::ifstream in(fs::path(input).replace_extension(".json"));
+        const auto gdal = nlohmann::json::parse(in)["images"][0]["bands"][0];
+        EXPECT_EQ(nitf_test::sha256Hex(tiff.planes[0]), gdal["sha256_readraster"]) << expected.name;
+    }
+    // Two 16-bit bands of one block in pixel interleave are one band of complex integers.
+    const fs::path pair = fixtures / "derived_sicd_like_p_i16.ntf";
+    ASSERT_EQ(read(pair.string(), dir / "pair.tif").status, 0);
+    const auto tiff = readTiff(dir / "pair.tif");
+    ASSERT_TRUE(tiff.ok);
+    EXPECT_EQ(tiff.samples, 1);
+    EXPECT_EQ(tiff.format, SAMPLEFORMAT_COMPLEXINT);
+    EXPECT_EQ(tiff.bits, 32);
+    std::vector<uint8_t> real, imaginary;
+    for (size_t at = 0; at + 4 <= tiff.planes[0].size(); at += 4) {
+        real.insert(real.end(), tiff.planes[0].begin() + static_cast<long>(at),
+                    tiff.planes[0].begin() + static_cast<long>(at + 2));
+        imaginary.insert(imaginary.end(), tiff.planes[0].begin() + static_cast<long>(at + 2),
+                         tiff.planes[0].begin() + static_cast<long>(at + 4));
+    }
+    std::ifstream in(fs::path(pair).replace_extension(".json"));
+    const auto sidecar = nlohmann::json::parse(in);
+    EXPECT_EQ(nitf_test::sha256Hex(real), sidecar["source_sha256"][0]);
+    EXPECT_EQ(nitf_test::sha256Hex(imaginary), sidecar["source_sha256"][1]);
 }
 
 // A palette image goes to PNG through its colour table: each index becomes the colour that

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "tessel/file/NITFFile.h"
 #include "tests/paths/dictionary_test_support.h"
 
 namespace {
@@ -92,5 +93,81 @@ void BM_SicdXmlElement(benchmark::State& state) {
              "/DESs/0/XML/SICD/CollectionInfo/CollectorName");
 }
 BENCHMARK(BM_SicdXmlElement)->Unit(benchmark::kMicrosecond);
+
+// --- through NITFFile: the wrapper a host calls, with its "@Info" check, local message sink
+// and typed conversion.
+
+std::shared_ptr<Tessel::NITFFile> openFile(benchmark::State& state,
+                                           const std::filesystem::path& path) {
+    if (!std::filesystem::exists(path)) {
+        state.SkipWithError("no such file");
+        return nullptr;
+    }
+    try {
+        Tessel::NITFMessages messages;
+        return std::make_shared<Tessel::NITFFile>(Tessel::NITFURI(std::string_view(path.string())),
+                                                  messages);
+    } catch (const std::exception&) {
+        state.SkipWithError("file does not open");
+        return nullptr;
+    }
+}
+
+void readFilePath(benchmark::State& state, const std::filesystem::path& file,
+                  std::string_view path) {
+    const auto opened = openFile(state, file);
+    if (!opened) {
+        return;
+    }
+    for (auto _ : state) {
+        std::string value = opened->getPathString(0, path, {});
+        benchmark::DoNotOptimize(value);
+        if (value.empty()) {
+            state.SkipWithError("path not found");
+            break;
+        }
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+void dumpFile(benchmark::State& state, const std::filesystem::path& file) {
+    const auto opened = openFile(state, file);
+    if (!opened) {
+        return;
+    }
+    size_t bytes = 0;
+    for (auto _ : state) {
+        std::string isd = opened->getISD("JSON");
+        bytes = isd.size();
+        benchmark::DoNotOptimize(isd);
+    }
+    state.counters["bytes"] = static_cast<double>(bytes);
+}
+
+void BM_FileHeaderField(benchmark::State& state) {
+    readFilePath(state, kShared / "fixtures/tre_rpc00b.ntf", "/FileHeader/OSTAID");
+}
+BENCHMARK(BM_FileHeaderField);
+
+void BM_FileTreFieldInRepeatedGroup(benchmark::State& state) {
+    readFilePath(state, kShared / "fixtures/tre_rpc00b.ntf",
+                 "/Images/0/TREs/RPC00B/LINE_NUM_COEFF/5");
+}
+BENCHMARK(BM_FileTreFieldInRepeatedGroup);
+
+void BM_FileISDJsonSample(benchmark::State& state) {
+    dumpFile(state, TESSEL_SAMPLE_FILE);
+}
+BENCHMARK(BM_FileISDJsonSample)->Unit(benchmark::kMicrosecond);
+
+void BM_FileISDJsonTypicalFile(benchmark::State& state) {
+    dumpFile(state, kShared / "fixtures/tre_rpc00b.ntf");
+}
+BENCHMARK(BM_FileISDJsonTypicalFile)->Unit(benchmark::kMicrosecond);
+
+void BM_FileISDJsonMedianCorpusFile(benchmark::State& state) {
+    dumpFile(state, kShared / "corpus/codice/JitcJpeg2000/file6_jp2.ntf");
+}
+BENCHMARK(BM_FileISDJsonMedianCorpusFile)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

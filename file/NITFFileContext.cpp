@@ -77,3 +77,54 @@ void NITFFileContext::release() {
 }
 
 }  // namespace Tessel
+
+namespace Tessel {
+
+// The image number of a path is the object of the URI: "a.ntf#IM_3" reads image 3.
+namespace {
+int imageOf(const NITFURI& uri) {
+    return static_cast<int>(uri.object_index());
+}
+}  // namespace
+
+std::string NITFFileContext::getISD(const std::string_view& format) const {
+    return file_ ? file_->getISD(format) : std::string();
+}
+
+any_type::value NITFFileContext::getPath(const std::string_view& path) const {
+    return file_ ? file_->getPath(imageOf(uri_), path) : any_type::value();
+}
+
+any_type::value NITFFileContext::getPath(const std::string_view& path,
+                                         const any_type::value& fallback) const {
+    return file_ ? file_->getPath(imageOf(uri_), path, fallback) : fallback;
+}
+
+std::string NITFFileContext::getPathString(const std::string_view& path,
+                                           const std::string& fallback) const {
+    return file_ ? file_->getPathString(imageOf(uri_), path, fallback) : fallback;
+}
+
+std::wstring NITFFileContext::getPathWString(const std::wstring_view& path,
+                                             const std::wstring& fallback) const {
+    return file_ ? file_->getPathString(imageOf(uri_), path, fallback) : fallback;
+}
+
+int64_t NITFFileContext::getPathInt(const std::string_view& path, int64_t fallback) const {
+    return file_ ? file_->getPathInt(imageOf(uri_), path, fallback) : fallback;
+}
+
+double NITFFileContext::getPathDouble(const std::string_view& path, double fallback) const {
+    return file_ ? file_->getPathDouble(imageOf(uri_), path, fallback) : fallback;
+}
+
+bool NITFFileContext::setPath(const std::string_view& path, const std::string& value,
+                              NITFMessages& messages) const {
+    return file_ && file_->setPath(imageOf(uri_), path, value, messages);
+}
+
+bool NITFFileContext::setISD(const std::string_view& text, NITFMessages& messages) const {
+    return file_ && file_->setISD(text, messages);
+}
+
+}  // namespace Tessel

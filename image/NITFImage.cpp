@@ -11,7 +11,6 @@
 #include <utility>
 
 #include <fmt/format.h>
-#include <fmt/printf.h>
 #include <fmt/xchar.h>
 
 #include "image/NITFImagePrivate.h"
@@ -128,14 +127,14 @@ ColorMap readColorTable(RpfLocationReader& colormap, const ColorOffsetRecord& re
     const size_t at = record.tableOffset;
     switch (record.tableId) {
         case 1: {
+            const uint8_t* bytes = colormap.bytes(at, size_t{record.records} * 3);
             std::vector<std::array<uint8_t, 3>> table(record.records);
-            const uint8_t* bytes = colormap.bytes(at, table.size() * 3);
             std::memcpy(table.data(), bytes, table.size() * 3);
             return table;
         }
         case 2: {
+            const uint8_t* bytes = colormap.bytes(at, size_t{record.records} * 4);
             std::vector<std::array<uint8_t, 4>> table(record.records);
-            const uint8_t* bytes = colormap.bytes(at, table.size() * 4);
             std::memcpy(table.data(), bytes, table.size() * 4);
             return table;
         }
@@ -534,75 +533,54 @@ std::shared_ptr<NITFImage> NITFImage::getPyramidLevel(uint32_t level) const {
 
 // Path operations: the file answers, with this image's segment as the image index.
 namespace Tessel {
-namespace {
 
-std::string valueText(const any_type::value& value, const std::string& fallback) {
-    return std::visit(
-        [&fallback](const auto& v) -> std::string {
-            using T = std::decay_t<decltype(v)>;
-            if constexpr (std::is_same_v<T, std::monostate>) {
-                return fallback;
-            } else if constexpr (std::is_same_v<T, std::string>) {
-                return v;
-            } else if constexpr (std::is_same_v<T, std::wstring>) {
-                return std::to_string(std::wstring_view(v));
-            } else if constexpr (std::is_same_v<T, double>) {
-                return fmt::sprintf("%f", v);
-            } else if constexpr (std::is_same_v<T, int64_t>) {
-                return std::to_string(v);
-            } else {
-                return std::to_string(v);
-            }
-        },
-        value);
+std::string NITFImage::getISD(const std::string_view& format) const {
+    const auto file = d_->file.lock();
+    return file ? file->getISD(format) : std::string();
 }
 
-}  // namespace
-
-std::string NITFImage::getISD(const std::string_view& /*format*/) const {
-    return {};
-}
-
-bool NITFImage::setISD(const std::string_view& /*text*/, NITFMessages& /*messages*/) {
-    return false;
+bool NITFImage::setISD(const std::string_view& text, NITFMessages& messages) {
+    const auto file = d_->file.lock();
+    return file && file->setISD(text, messages);
 }
 
 any_type::value NITFImage::getPath(const std::string_view& path) const {
     const auto file = d_->file.lock();
-    if (!file) {
-        return {};
-    }
-    NITFMessages messages;
-    return file->getPrivate()->GetByPathAsVariant(options_.segment, path, messages);
+    return file ? file->getPath(options_.segment, path) : any_type::value();
 }
 
 any_type::value NITFImage::getPath(const std::string_view& path,
                                    const any_type::value& fallback) const {
-    any_type::value value = getPath(path);
-    return std::holds_alternative<std::monostate>(value) ? fallback : value;
+    const auto file = d_->file.lock();
+    return file ? file->getPath(options_.segment, path, fallback) : fallback;
 }
 
 std::string NITFImage::getPathString(const std::string_view& path,
                                      const std::string& fallback) const {
-    return valueText(getPath(path), fallback);
+    const auto file = d_->file.lock();
+    return file ? file->getPathString(options_.segment, path, fallback) : fallback;
 }
 
 int64_t NITFImage::getPathInt(const std::string_view& path, int64_t fallback) const {
-    return any_type::to_integer(getPath(path)).value_or(fallback);
+    const auto file = d_->file.lock();
+    return file ? file->getPathInt(options_.segment, path, fallback) : fallback;
 }
 
 double NITFImage::getPathDouble(const std::string_view& path, double fallback) const {
-    return any_type::to_double(getPath(path)).value_or(fallback);
+    const auto file = d_->file.lock();
+    return file ? file->getPathDouble(options_.segment, path, fallback) : fallback;
 }
 
-bool NITFImage::setPath(const std::string_view& /*path*/, const std::string& /*value*/,
-                        NITFMessages& /*messages*/) const {
-    return false;
+bool NITFImage::setPath(const std::string_view& path, const std::string& value,
+                        NITFMessages& messages) const {
+    const auto file = d_->file.lock();
+    return file && file->setPath(options_.segment, path, value, messages);
 }
 
-bool NITFImage::setPathAsString(const std::string_view& /*path*/, const std::string& /*value*/,
-                                NITFMessages& /*messages*/) const {
-    return false;
+bool NITFImage::setPathAsString(const std::string_view& path, const std::string& value,
+                                NITFMessages& messages) const {
+    const auto file = d_->file.lock();
+    return file && file->setPathAsString(options_.segment, path, value, messages);
 }
 
 }  // namespace Tessel

@@ -47,8 +47,14 @@ void RpfLocationReader::ensure(size_t end) {
         auto& d = file_->getPrivate();
         const auto lock = d->lockIO();
         nrt_IOInterface* io = d->getIO();
-        buffer_.resize(start + growth);
-        ok = io != nullptr &&
+        // A length or offset beyond the end of the file fails before any memory is taken.
+        const nrt_Off fileSize = io != nullptr ? nrt_IOInterface_getSize(io, &error) : -1;
+        ok = fileSize >= 0 &&
+             uint64_t{location_.offset} + start + growth <= static_cast<uint64_t>(fileSize);
+        if (ok) {
+            buffer_.resize(start + growth);
+        }
+        ok = ok && io != nullptr &&
              nrt_IOInterface_seek(
                  io, static_cast<nrt_Off>(location_.offset) + static_cast<nrt_Off>(start),
                  NRT_SEEK_SET, &error) >= 0 &&

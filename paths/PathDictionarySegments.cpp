@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <mutex>
 
 #include "paths/PathDictionary.h"
 #include "paths/PathDictionaryRpf.h"
@@ -258,6 +259,13 @@ std::string_view readSegmentBody(PathContext& context, std::string_view name, in
     nitf_Reader* reader = context.getReader();
     if (reader == nullptr || reader->input == nullptr) {
         return {};
+    }
+    // The file's input has one position that every segment reader seeks and reads: readers
+    // of an opened file run without the record lock, so the reads of bodies take turns.
+    static std::mutex inputMutex;
+    const std::lock_guard lock(inputMutex);
+    if (cache.hasBlock(key)) {
+        return cache.getBlock(key);  // another thread read it meanwhile
     }
     nrt_Error error{};
     nitf_SegmentReader* segmentReader = construct(reader, index, &error);

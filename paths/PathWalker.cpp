@@ -517,11 +517,12 @@ Node& PathWalk::keep(Node node) {
     return made_.emplace_back(std::move(node));
 }
 
-std::string renderXML(Node& node, NITFMessages& messages, const PathList& path) {
+std::string renderXML(Node& node, NITFMessages& messages, const PathList& path,
+                      std::string_view tag) {
     std::string out;
     out.reserve(kReserve);
     out += "<?xml version='1.0' encoding='UTF-8'?>\n";
-    XMLRenderer(out, messages, path).render(node, "NITFFragment");
+    XMLRenderer(out, messages, path).render(node, tag);
     return out;
 }
 

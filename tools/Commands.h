@@ -42,5 +42,7 @@ Command infoCommand();
 Command recordCommand();
 Command readCommand();
 Command histogramCommand();
+Command pathCommand();
+Command dumpCommand();
 
 }  // namespace tessel_cli

@@ -18,6 +18,7 @@
 #include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFFileContext.h"
 #include "tessel/file/NITFFilePrivate.h"
+#include "tessel/file/NITFInfo.h"
 #include "tessel/image/ImageOptions.h"
 #include "tessel/image/NITFImage.h"
 #include "tessel/image/NITFTileFactory.h"

@@ -253,7 +253,8 @@ TEST_F(Dictionary, ImageFieldsComeInTableOrderThenItsBlocks) {
     ASSERT_GE(keys.size(), fields.size());
     EXPECT_EQ(std::vector<std::string>(keys.begin(), keys.begin() + fields.size()), fields);
     EXPECT_EQ(std::vector<std::string>(keys.begin() + fields.size(), keys.end()),
-              (std::vector<std::string>{"Security", "Bands", "Comments", "TREs"}));
+              (std::vector<std::string>{"Security", "Bands", "Comments", "Compression", "TREs",
+                                        "RPFTables"}));
     EXPECT_EQ(readOnly,
               (std::vector<std::string>{"IM", "NBPR", "NBPC", "UDIDL", "UDOFL", "IXSHDL"}));
     EXPECT_EQ(context->text("/Images/0/IID1"), "IMAGE");

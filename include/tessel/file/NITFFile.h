@@ -4,11 +4,15 @@
 // after the last context has gone.
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "tessel/core/NITFMessages.h"
 #include "tessel/core/NITFType.h"
 #include "tessel/core/NITFURI.h"
+#include "tessel/core/any_type.h"
 #include "tessel/file/NITFFilePrivate.h"
 #include "tessel/image/ImageOptions.h"
 
@@ -35,6 +39,40 @@ public:
     // Nothing for a file that isn't read only; a failed construction throws. Throws
     // std::bad_weak_ptr when the file isn't held by a shared pointer.
     std::shared_ptr<NITFImage> getImage(const ImageOptions& options);
+
+    // The whole file's metadata in the format named "XML", "JSON" or "RAW" (blanks around
+    // the name are ignored); any other name gives the trimmed text of every field in turn.
+    // The XML document's root element is "NITF".
+    std::string getISD(const std::string_view& format) const;
+    // Replaces the whole tree from a JSON text as getISD("JSON") gives it. False for a file
+    // opened for reading, and for now for every file: metadata can't be written yet.
+    bool setISD(const std::string_view& text, NITFMessages& messages);
+
+    // The value of a metadata path, with `image` as the segment that "Image" and "TRE"
+    // mean; empty when not found. A path that holds "@Info" gives instead the JSON
+    // description of what the text before it names: "RPC00B/SUCCESS/@Info" a field of an
+    // extension, "RPC00B/@Info" the whole extension, "NITF_FILE_HEADER/FL/@Info" and
+    // "NITF_IMAGE_SUBHEADER/NROWS/@Info" header fields.
+    any_type::value getPath(int image, const std::string_view& path) const;
+    // As above; `fallback` when the result is empty.
+    any_type::value getPath(int image, const std::string_view& path,
+                            const any_type::value& fallback) const;
+    // The value as text: booleans and dates in their text forms, integers in decimal,
+    // doubles with "%f"; `fallback` when there is no value.
+    std::string getPathString(int image, const std::string_view& path,
+                              const std::string& fallback) const;
+    std::wstring getPathString(int image, const std::wstring_view& path,
+                               const std::wstring& fallback) const;
+    // The value as a number; `fallback` when there is none.
+    int64_t getPathInt(int image, const std::string_view& path, int64_t fallback) const;
+    int64_t getPathInt(int image, const std::wstring_view& path, int64_t fallback) const;
+    double getPathDouble(int image, const std::string_view& path, double fallback) const;
+    // Writes a value given as JSON (setPath) or as plain text (setPathAsString). False for
+    // a file opened for reading, and for now for every file: metadata can't be written yet.
+    bool setPath(int image, const std::string_view& path, const std::string& value,
+                 NITFMessages& messages) const;
+    bool setPathAsString(int image, const std::string_view& path, const std::string& value,
+                         NITFMessages& messages) const;
 
     std::unique_ptr<NITFFilePrivate>& getPrivate();
 

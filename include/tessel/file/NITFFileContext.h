@@ -4,10 +4,15 @@
 // stays warm for a short time to live.
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <string>
+#include <string_view>
 
+#include "tessel/core/NITFMessages.h"
 #include "tessel/core/NITFType.h"
 #include "tessel/core/NITFURI.h"
+#include "tessel/core/any_type.h"
 #include "tessel/image/ImageOptions.h"
 
 namespace Tessel {
@@ -43,6 +48,19 @@ public:
     const NITFURI& getURI() const;
     // Throws std::runtime_error "No File" when the context is empty.
     NITFFile& getFile() const;
+
+    // Metadata of the held file, with the URI's object index as the image number. Without
+    // a file: the caller's fallback, or an empty value, empty text or false.
+    std::string getISD(const std::string_view& format) const;
+    any_type::value getPath(const std::string_view& path) const;
+    any_type::value getPath(const std::string_view& path, const any_type::value& fallback) const;
+    std::string getPathString(const std::string_view& path, const std::string& fallback) const;
+    std::wstring getPathWString(const std::wstring_view& path, const std::wstring& fallback) const;
+    int64_t getPathInt(const std::string_view& path, int64_t fallback) const;
+    double getPathDouble(const std::string_view& path, double fallback) const;
+    bool setPath(const std::string_view& path, const std::string& value,
+                 NITFMessages& messages) const;
+    bool setISD(const std::string_view& text, NITFMessages& messages) const;
 
 private:
     friend class NITFFactory;

@@ -59,8 +59,10 @@ private:
 std::string pathText(const PathList& path);
 
 // The text forms. `path` is the path of the node, passed on to providers.
-// XML: the declaration line and the node under the tag "NITFFragment".
-std::string renderXML(Node& node, Tessel::NITFMessages& messages, const PathList& path);
+// XML: the declaration line and the node under the tag "NITFFragment", or under `tag`
+// (a whole file's document uses "NITF").
+std::string renderXML(Node& node, Tessel::NITFMessages& messages, const PathList& path,
+                      std::string_view tag = "NITFFragment");
 // JSON: the node with no key; containers nested deeper than `depth` become markers.
 std::string renderJSON(Node& node, double depth, Tessel::NITFMessages& messages,
                        const PathList& path);

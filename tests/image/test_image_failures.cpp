@@ -1,0 +1,211 @@
+// Reads over tiles that can't be had: a decoder that throws, and one that leaves its tile
+// without a buffer. A maker registered here serves only images of two test categories.
+
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <stdexcept>
+
+#include "support/FileTestSupport.h"
+#include "support/ImageFileBuilder.h"
+#include "support/ImageTestFiles.h"
+#include "tessel/core/Options.h"
+#include "tessel/image/NITFImage.h"
+#include "tessel/image/TileFactory.h"
+
+using namespace Tessel;
+
+namespace {
+
+class ThrowingTile : public Tile {
+public:
+    using Tile::Tile;
+    bool load(TileGroup&) override { throw std::runtime_error("decoder exploded"); }
+};
+
+class BufferlessTile : public Tile {
+public:
+    using Tile::Tile;
+    bool load(TileGroup&) override { return true; }
+};
+
+// An 8 x 8 grid of 4 x 4 blocks of one 8-bit band.
+class BrokenFactory : public TileFactory {
+public:
+    explicit BrokenFactory(bool throws) : throws_(throws) {}
+    std::map<std::string, std::string> getCompressionInfo() const override { return {}; }
+    bool hasInternalLevel(uint32_t) const override { return false; }
+    lumo_pixel::pixel getNoData() const override { return lumo_pixel::pixel::none(); }
+    uint64_t getWidth() const override { return 8; }
+    uint64_t getHeight() const override { return 8; }
+    uint32_t getBlocksX() const override { return 2; }
+    uint32_t getBlocksY() const override { return 2; }
+    uint32_t getBlockWidth() const override { return 4; }
+    uint32_t getBlockHeight() const override { return 4; }
+    uint32_t getNumBands() const override { return 1; }
+    lumo_pixel::type getPixelType() const override { return lumo_pixel::unsigned_integer; }
+    uint32_t getBytesPerPixel() const override { return 1; }
+    uint32_t getBitsPerPixel() const override { return 8; }
+    uint64_t getBlockBytes() const override { return 16; }
+    TileGroup createTiles(const tile_id& id) const override {
+        std::shared_ptr<Tile> tile;
+        if (throws_) {
+            tile = std::make_shared<ThrowingTile>(id);
+        } else {
+            tile = std::make_shared<BufferlessTile>(id);
+        }
+        return {{id, tile}};
+    }
+
+private:
+    bool throws_;
+};
+
+void registerBrokenMaker() {
+    static const bool registered = [] {
+        registerTileFactory(
+            "test_broken",
+            [](const NITFImage* image, const ImageOptions&) -> std::unique_ptr<TileFactory> {
+                const std::string category = image->getImageCategory();
+                if (category == "THROWS" || category == "NOBUFFER") {
+                    return std::make_unique<BrokenFactory>(category == "THROWS");
+                }
+                return nullptr;
+            });
+        return true;
+    }();
+    (void)registered;
+}
+
+image_test::OpenImage openBroken(const file_test::TempDir& dir, const std::string& category) {
+    registerBrokenMaker();
+    image_test::ImageSpec spec = image_test::gridSpec(image_test::Grid{});
+    spec.ic = "C1";  // no codec of the library serves it, so the test maker is asked
+    spec.comrat = "1.0";
+    spec.icat = category;
+    image_test::ImageFileBuilder().add(spec).write(dir / "a.ntf");
+    return image_test::openImage(dir / "a.ntf");
+}
+
+}  // namespace
+
+TEST(ImageFailures, DecoderExceptionMakesReadsFalse) {
+    file_test::TempDir dir;
+    const auto opened = openBroken(dir, "THROWS");
+    ASSERT_TRUE(opened.image);
+    std::vector<uint8_t> out;
+    EXPECT_FALSE(opened->readBlock(0, 0, 0, out));
+    EXPECT_FALSE(opened->readRegionViaPixels(0, 0, 8, 8, 8, 8, {0}, out));
+    EXPECT_FALSE(opened->readRegionViaPixels(0, 0, 8, 8, 3, 3, {0}, out));
+    NITFImage::Histogram histogram;
+    EXPECT_FALSE(opened->calculateHistogram(0, histogram));
+}
+
+TEST(ImageFailures, TileWithoutBufferMakesReadsFalse) {
+    file_test::TempDir dir;
+    const auto opened = openBroken(dir, "NOBUFFER");
+    ASSERT_TRUE(opened.image);
+    std::vector<uint8_t> out;
+    EXPECT_FALSE(opened->readBlock(1, 1, 0, out));
+    EXPECT_FALSE(opened->readRegionViaPixels(2, 2, 4, 4, 4, 4, {0}, out));
+    NITFImage::Histogram histogram;
+    EXPECT_FALSE(opened->calculateHistogram(0, histogram));
+}
+
+TEST(ImageFailures, ZeroBlockSizeRefusesRegionsAndHistograms) {
+    // A factory geometry with zero-sized blocks can only come from a codec; the error
+    // factory of an image with NPPBH 0 and NCOLS 0 has it.
+    file_test::TempDir dir;
+    image_test::ImageSpec spec = image_test::gridSpec(image_test::Grid{});
+    spec.cols = 0;
+    spec.nppbh = 0;
+    spec.ic = "C1";
+    spec.comrat = "1.0";
+    image_test::ImageFileBuilder().add(spec).write(dir / "a.ntf");
+    const auto opened = image_test::openImage(dir / "a.ntf");
+    if (!opened.image || opened->getBlockWidth() != 0) {
+        GTEST_SKIP() << "this file doesn't give a zero block width";
+    }
+    std::vector<uint8_t> out;
+    EXPECT_FALSE(opened->readBlockViaPixels(0, 0, 0, out));
+    EXPECT_FALSE(opened->readRegionViaPixels(0, 0, 4, 4, 4, 4, {0}, out));
+    NITFImage::Histogram histogram;
+    EXPECT_FALSE(opened->calculateHistogram(0, histogram));
+}
+
+TEST(ImageCacheLog, MissThenHitAreLoggedWhenCacheUsageIsOn) {
+    file_test::TempDir dir;
+    image_test::writeGrid(dir / "a.ntf", image_test::Grid{});
+    const auto file = image_test::openFile(dir / "a.ntf");
+    ASSERT_TRUE(file);
+    file_test::LogCapture log;
+    const auto image = file->getImage({});
+    EXPECT_EQ(file->getImage({}), image);
+    const auto lines = log.with("NITFFile[");
+    ASSERT_EQ(lines.size(), 2u);
+    const std::regex miss(
+        R"(\[CACHE\] NITFFile\[0x[0-9a-f]+\]::getImage\(0, 0\) MISS = 0x[0-9a-f]+)");
+    const std::regex hit(
+        R"(\[CACHE\] NITFFile\[0x[0-9a-f]+\]::getImage\(0, 0\) HIT = 0x[0-9a-f]+)");
+    EXPECT_TRUE(std::regex_match(lines[0].text, miss)) << lines[0].text;
+    EXPECT_TRUE(std::regex_match(lines[1].text, hit)) << lines[1].text;
+}
+
+TEST(ImageCacheLog, NothingIsLoggedWhenCacheUsageIsOff) {
+    file_test::TempDir dir;
+    image_test::writeGrid(dir / "a.ntf", image_test::Grid{});
+    const auto file = image_test::openFile(dir / "a.ntf");
+    file_test::LogCapture log;
+    s_opt_lumo_log_cache_usage.override_value(false);
+    ASSERT_TRUE(file->getImage({}));
+    EXPECT_TRUE(log.with("NITFFile[").empty());
+}
+
+namespace {
+
+// 10 x 10 blocks of 4 x 4 of a constant.
+image_test::OpenImage openTenByTen(const file_test::TempDir& dir) {
+    image_test::Grid grid;
+    grid.rows = grid.cols = 40;
+    grid.sample = [](uint32_t, uint32_t, uint32_t) { return 5; };
+    image_test::writeGrid(dir / "a.ntf", grid);
+    return image_test::openImage(dir / "a.ntf");
+}
+
+struct OptionOverride {
+    ~OptionOverride() {
+        s_opt_tessel_image_max_histogram_tiles.reset();
+        s_opt_tessel_image_max_histogram_area.reset();
+    }
+};
+
+}  // namespace
+
+TEST(HistogramLimits, TileLimitNarrowsTheCentralTiles) {
+    file_test::TempDir dir;
+    OptionOverride restore;
+    s_opt_tessel_image_max_histogram_tiles.override_value(2);
+    const auto opened = openTenByTen(dir);
+    NITFImage::Histogram histogram;
+    histogram.step = 0xFFFFFFFF;
+    ASSERT_TRUE(opened->calculateHistogram(0, histogram));
+    EXPECT_EQ(histogram.step, 2u);
+    EXPECT_EQ(histogram.bins[5], 2u * 2u * 16u);
+}
+
+TEST(HistogramLimits, AreaLimitRefusesTheSample) {
+    file_test::TempDir dir;
+    OptionOverride restore;
+    s_opt_tessel_image_max_histogram_area.override_value(4 * 4 * 4 * 4 - 1);
+    const auto opened = openTenByTen(dir);
+    NITFImage::Histogram histogram;
+    histogram.step = 0xFFFFFFFF;
+    EXPECT_FALSE(opened->calculateHistogram(0, histogram));
+
+    file_test::TempDir other;
+    s_opt_tessel_image_max_histogram_area.override_value(4 * 4 * 4 * 4);
+    const auto fits = openTenByTen(other);
+    NITFImage::Histogram second;
+    second.step = 0xFFFFFFFF;
+    EXPECT_TRUE(fits->calculateHistogram(0, second));
+}

@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "image/NITFImageSegment.h"
 #include "image/TileMakers.h"
@@ -21,15 +23,15 @@ namespace {
 
 constexpr uint64_t kMissingBlock = 0xFFFFFFFF;
 
-// The mask information of a masked image's reader; `present` is false for other images.
+// What the reader reports of a masked image's masks, copied once the reader has read them:
+// the reader may read its tables again later, under the read mutex only.
 struct MaskInfo {
     bool present = false;
-    uint32_t padValueLength = 0;
-    const uint8_t* padValue = nullptr;
-    const uint64_t* blockMask = nullptr;
+    std::optional<uint8_t> padValue;  // the first byte of the pad pixel value
+    std::vector<uint64_t> blockMask;  // empty when the image has no block mask
 };
 
-MaskInfo maskInfoOf(nitf_ImageReader* reader) {
+MaskInfo maskInfoOf(nitf_ImageReader* reader, uint64_t blocks) {
     MaskInfo info;
     if (reader == nullptr) {
         return info;
@@ -37,16 +39,23 @@ MaskInfo maskInfoOf(nitf_ImageReader* reader) {
     uint32_t imageDataOffset = 0;
     uint32_t blockRecordLength = 0;
     uint32_t padRecordLength = 0;
+    uint32_t padValueLength = 0;
     uint8_t* padValue = nullptr;
     uint64_t* blockMask = nullptr;
     uint64_t* padMask = nullptr;
-    info.present =
-        nitf_ImageIO_getMaskInfo(reader->imageDeblocker, &imageDataOffset, &blockRecordLength,
-                                 &padRecordLength, &info.padValueLength, &padValue, &blockMask,
-                                 &padMask) != 0;
-    info.padValue = padValue;
+    info.present = nitf_ImageIO_getMaskInfo(reader->imageDeblocker, &imageDataOffset,
+                                            &blockRecordLength, &padRecordLength, &padValueLength,
+                                            &padValue, &blockMask, &padMask) != 0;
+    if (!info.present) {
+        return info;
+    }
+    if (padValue != nullptr && padValueLength != 0) {
+        info.padValue = padValue[0];
+    }
     // A block mask exists only when the table records block offsets.
-    info.blockMask = blockRecordLength != 0 ? blockMask : nullptr;
+    if (blockRecordLength != 0 && blockMask != nullptr) {
+        info.blockMask.assign(blockMask, blockMask + blocks);
+    }
     return info;
 }
 
@@ -66,21 +75,19 @@ public:
     }
 
     std::map<std::string, std::string> getCompressionInfo() const override {
-        const MaskInfo mask = maskInfoOf(reader_);
-        if (!hasPadValue(mask)) {
+        if (!mask_.padValue) {
             return {};
         }
-        return {{"PadValue", std::to_string(unsigned{mask.padValue[0]})}};
+        return {{"PadValue", std::to_string(unsigned{*mask_.padValue})}};
     }
 
     bool hasInternalLevel(uint32_t /*level*/) const override { return false; }
 
     lumo_pixel::pixel getNoData() const override {
-        const MaskInfo mask = maskInfoOf(reader_);
-        if (!hasPadValue(mask)) {
+        if (reader_ == nullptr || !mask_.padValue) {
             return lumo_pixel::pixel::none();
         }
-        return lumo_pixel::pixel::fromUnsigned(lumo_pixel::unsigned_integer, 8, mask.padValue[0]);
+        return lumo_pixel::pixel::fromUnsigned(lumo_pixel::unsigned_integer, 8, *mask_.padValue);
     }
 
     TileGroup createTiles(const tile_id& id) const override;
@@ -104,10 +111,6 @@ public:
     bool readTile(const tile_id& id, uint8_t* buffer) const;
 
 private:
-    static bool hasPadValue(const MaskInfo& mask) {
-        return mask.present && mask.padValue != nullptr && mask.padValueLength != 0;
-    }
-
     void openReader(const NITFImage* image) {
         const ImageSegmentFields fields = readImageSegmentFields(image);
         if (!fields.found) {
@@ -138,12 +141,16 @@ private:
         blockBytes_ = uint64_t{blockHeight_} * getBytesPerPixel() * blockWidth_;
         blockLength_ = blocking->length;
         nitf_BlockingInfo_destruct(&blocking);
+        const uint64_t blocks =
+            uint64_t{limit_.x} * limit_.y * (mode_ == mode_S ? uint64_t{limit_.band} : 1);
+        mask_ = maskInfoOf(reader_, blocks);
     }
 
     mutable std::mutex readMutex_;  // the NITRO reader isn't thread-safe
     nitf_ImageReader* reader_ = nullptr;
     nrt_IOInterface* input_ = nullptr;
     uint64_t blockLength_ = 0;  // bytes of one block as the reader stores it
+    MaskInfo mask_;
 };
 
 // One band of one block.
@@ -170,9 +177,8 @@ TileGroup NITFTileFactory_NC::createTiles(const tile_id& id) const {
         return {{id, errorTile()}};
     }
     const int64_t block = blockNumber(id);
-    const MaskInfo mask = maskInfoOf(reader_);
-    if (block >= 0 && mask.blockMask != nullptr &&
-        mask.blockMask[static_cast<uint64_t>(block)] == kMissingBlock) {
+    if (block >= 0 && static_cast<uint64_t>(block) < mask_.blockMask.size() &&
+        mask_.blockMask[static_cast<uint64_t>(block)] == kMissingBlock) {
         return {{id, blankTile()}};
     }
     return {{id, std::make_shared<NITFTile_NC>(id, this)}};

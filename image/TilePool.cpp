@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -82,6 +83,9 @@ std::unique_ptr<TilePool> TilePool::makeForTesting(int threads, int ttlMilliseco
 
 std::shared_ptr<Tile> TilePool::getTile(const tile_id& id,
                                         lumo_concurrency::execution_context& context) {
+    if (id.factory == nullptr) {
+        throw std::invalid_argument("A tile needs its factory");
+    }
     lumo_concurrency::track_span span(1, fmt::format("AQ {}-{}-{}", id.x, id.y, id.band));
     TileGroup group;
     {

@@ -1,12 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <dirent.h>
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <thread>
 
 #include "support/FileTestSupport.h"
 #include "support/TileTestSupport.h"
+#include "tessel/file/NITFFactory.h"
 #include "tessel/image/TilePool.h"
 
 using Tessel::Tile;
@@ -278,4 +280,48 @@ TEST(TilePool, StartLogsItsTimeToLiveAndThreads) {
 
 TEST(TilePool, TheProcessPoolIsOne) {
     EXPECT_EQ(TilePool::get(), TilePool::get());
+}
+
+namespace {
+
+std::mutex spanMutex;
+std::vector<std::string> spanNames;
+
+void recordSpan(unsigned /*channel*/, std::string_view name, std::chrono::nanoseconds) {
+    std::lock_guard lock(spanMutex);
+    spanNames.emplace_back(name);
+}
+
+}  // namespace
+
+TEST(TilePool, GetTileTracesItsAcquisitionAndTheCacheLock) {
+    auto pool = TilePool::makeForTesting(1, 60000);
+    TestTileFactory::Grid grid;
+    grid.blocksX = 3;
+    grid.bands = 2;
+    TestTileFactory factory(grid);
+    const auto previous = lumo_concurrency::set_span_observer(recordSpan);
+    lumo_concurrency::execution_context_fg context;
+    pool->getTile(tile_id{&factory, 2, 1, 1}, context);
+    lumo_concurrency::set_span_observer(previous);
+    std::lock_guard lock(spanMutex);
+    EXPECT_NE(std::find(spanNames.begin(), spanNames.end(), "AQ 2-1-1"), spanNames.end());
+    EXPECT_NE(std::find(spanNames.begin(), spanNames.end(), "CacheLock"), spanNames.end());
+    pool->clearCache(nullptr);
+}
+
+TEST(TilePool, ClearingTheFactoryCacheEmptiesTheProcessTileCache) {
+    TestTileFactory factory({});
+    lumo_concurrency::execution_context_fg context;
+    const auto held = TilePool::get()->getTile(tile_id{&factory, 0, 0, 0}, context);
+    EXPECT_GE(TilePool::get()->cacheSize(), 1u);
+    Tessel::NITFFactory::get().clearCache();
+    EXPECT_EQ(TilePool::get()->cacheSize(), 0u);
+    EXPECT_EQ(held->getBuffer()[0], 0);
+}
+
+TEST(TilePool, AnIdWithoutFactoryIsRefused) {
+    auto pool = TilePool::makeForTesting(1, 60000);
+    lumo_concurrency::execution_context_fg context;
+    EXPECT_THROW(pool->getTile(tile_id{}, context), std::invalid_argument);
 }

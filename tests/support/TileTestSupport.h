@@ -28,6 +28,7 @@ struct Behaviour {
     std::mutex gateMutex;
     std::condition_variable gate;
     bool hold = false;
+    int64_t holdX = -1;  // with hold: only loads of this block column wait; -1 for all
     std::atomic<int> waiting{0};
 
     void close() {
@@ -57,7 +58,10 @@ public:
         {
             std::unique_lock lock(behaviour_.gateMutex);
             ++behaviour_.waiting;
-            behaviour_.gate.wait(lock, [this] { return !behaviour_.hold; });
+            behaviour_.gate.wait(lock, [this] {
+                return !behaviour_.hold ||
+                       (behaviour_.holdX >= 0 && behaviour_.holdX != int64_t{getId().x});
+            });
             --behaviour_.waiting;
         }
         if (behaviour_.throws > 0) {

@@ -192,11 +192,17 @@ int runRead(const Arguments& arguments) {
                 : 0;
         const uint32_t stripRows =
             stripRowsFor(request, layout.bytesPerSample, image.getBlockHeight(), askedRows);
-        const auto writer = format == Format::Png
-                                ? makePngWriter(output, layout, colorMapFor(image, request))
-                                : makeTiffWriter(output, layout, stripRows);
-        readInStrips(image, request, stripRows, *writer);
-        writer->close();
+        try {
+            const auto writer = format == Format::Png
+                                    ? makePngWriter(output, layout, colorMapFor(image, request))
+                                    : makeTiffWriter(output, layout, stripRows);
+            readInStrips(image, request, stripRows, *writer);
+            writer->close();
+        } catch (const std::exception&) {
+            std::error_code ignored;
+            std::filesystem::remove(output, ignored);  // no half-written file stays behind
+            throw;
+        }
         std::printf("%s: %u x %u, %u band(s) of %u bit(s)\n", output.string().c_str(), layout.width,
                     layout.height, layout.bands, layout.bytesPerSample * 8);
         return 0;

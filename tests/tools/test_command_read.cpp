@@ -325,6 +325,7 @@ TEST(TesselRead, BadRequestsFailWithAClearMessage) {
         {sample, "--frobnicate", "unknown option --frobnicate"},
         {sample, "--level", "--level needs a value"},
         {sampleRgb, "--bands 0,1", "PNG takes one band"},
+        {sample, "--window 0,0,8,8 -o /nonexistent/folder/out.tif", "can't create"},
     };
     for (const auto& refusal : refusals) {
         const fs::path output =
@@ -338,6 +339,8 @@ TEST(TesselRead, BadRequestsFailWithAClearMessage) {
     const auto noOutput = runTool("read " + shellQuoted(sample) + " 2>&1");
     EXPECT_EQ(noOutput.status, 1);
     EXPECT_NE(noOutput.out.find("-o FILE"), std::string::npos) << noOutput.out;
+    EXPECT_FALSE(fs::exists(dir / "out.tif"));
+    EXPECT_FALSE(fs::exists(dir / "out.png"));
     const auto badExtension = read(sample, dir / "out.jpg");
     EXPECT_EQ(badExtension.status, 1);
     EXPECT_NE(badExtension.out.find(".tif, .tiff or .png"), std::string::npos);

@@ -22,6 +22,7 @@ void printCommandHelp(const Command& command) {
 
 Arguments split(const std::vector<std::string>& words) {
     Arguments arguments;
+    arguments.words = words;
     for (const auto& word : words) {
         if (word.size() > 2 && word.rfind("--", 0) == 0) {
             arguments.flags.push_back(word);
@@ -39,9 +40,9 @@ bool Arguments::has(const std::string& flag) const {
 }
 
 const std::vector<Command>& commands() {
-    static const std::vector<Command> all{versionCommand(), versionsCommand(), uriCommand(),
-                                          configCommand(),  infoCommand(),     recordCommand(),
-                                          pathCommand(),    dumpCommand()};
+    static const std::vector<Command> all{
+        versionCommand(), versionsCommand(),  uriCommand(),    configCommand(), infoCommand(),
+        readCommand(),    histogramCommand(), recordCommand(), pathCommand(),   dumpCommand()};
     return all;
 }
 

@@ -11,6 +11,8 @@ namespace tessel_cli {
 struct Arguments {
     std::vector<std::string> positional;
     std::vector<std::string> flags;
+    // Every word in the order given, for commands whose options take values.
+    std::vector<std::string> words;
 
     bool has(const std::string& flag) const;
 };
@@ -38,6 +40,8 @@ Command uriCommand();
 Command configCommand();
 Command infoCommand();
 Command recordCommand();
+Command readCommand();
+Command histogramCommand();
 Command pathCommand();
 Command dumpCommand();
 

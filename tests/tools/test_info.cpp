@@ -116,6 +116,68 @@ TEST(TesselInfo, TextFormNamesEveryField) {
     }
 }
 
+TEST(TesselInfo, ImageDetailsComeFromTheImageObjects) {
+    const auto info = runTool("info " + quoted(TESSEL_SAMPLE_FILE) + " --json");
+    ASSERT_EQ(info.status, 0);
+    const auto json = nlohmann::json::parse(info.out);
+    const auto& gradient = json["images"][0]["details"];
+    EXPECT_EQ(gradient["width"], 64);
+    EXPECT_EQ(gradient["height"], 48);
+    EXPECT_EQ(gradient["bands"], 1);
+    EXPECT_EQ(gradient["blocks"],
+              nlohmann::json::parse(R"({"across": 2, "down": 2, "width": 32, "height": 24})"));
+    EXPECT_EQ(gradient["samples"]["type"], "unsigned integer");
+    EXPECT_EQ(gradient["samples"]["bits"], 8);
+    EXPECT_EQ(gradient["samples"]["bytes"], 1);
+    EXPECT_EQ(gradient["samples"]["actual_bits"], 8);
+    EXPECT_EQ(gradient["compression"]["type"], "NC");
+    EXPECT_TRUE(gradient["compression"]["info"].is_object());
+    EXPECT_TRUE(gradient.contains("nodata"));
+    EXPECT_EQ(gradient["color_interpretation"], "M");
+    EXPECT_TRUE(gradient["color_maps"].empty());
+    EXPECT_EQ(gradient["pyramid_levels"], 0);
+    const auto& rgb = json["images"][1]["details"];
+    EXPECT_EQ(rgb["bands"], 3);
+    EXPECT_EQ(rgb["blocks"]["across"], 1);
+    EXPECT_EQ(rgb["blocks"]["width"], 16);
+    EXPECT_EQ(rgb["color_interpretation"], "R");
+}
+
+TEST(TesselInfo, TextFormShowsImageDetails) {
+    const auto info = runTool("info " + quoted(TESSEL_SAMPLE_FILE));
+    ASSERT_EQ(info.status, 0);
+    for (const char* text :
+         {"size     64 x 48, 1 band(s)", "grid     2 x 2 blocks of 32 x 24",
+          "samples  unsigned integer, 8 bits (1 bytes), ABPP 8", "codec    NC", "colour   M",
+          "maps     none", "levels   0", "size     16 x 16, 3 band(s)", "colour   R"}) {
+        EXPECT_NE(info.out.find(text), std::string::npos) << text << "\n" << info.out;
+    }
+}
+
+// A palette image shows its colour table; an overview file next to the file is a level.
+TEST(TesselInfo, ColourMapsAndOverviewLevels) {
+    const fs::path lut = fs::path(TESSEL_SHARED_DIR) / "fixtures" / "nc_lut256.ntf";
+    if (!fs::exists(lut)) {
+        GTEST_SKIP() << "no fixture " << lut;
+    }
+    file_test::TempDir dir;
+    fs::copy_file(lut, dir / "lut.ntf");
+    fs::copy_file(TESSEL_SAMPLE_FILE, dir / "lut.ntf.r1");
+    const auto info = runTool("info " + quoted(dir / "lut.ntf") + " --json");
+    ASSERT_EQ(info.status, 0);
+    const auto details = nlohmann::json::parse(info.out)["images"][0]["details"];
+    ASSERT_EQ(details["color_maps"].size(), 1u) << details.dump(1);
+    EXPECT_EQ(details["color_maps"][0]["band"], 0);
+    EXPECT_EQ(details["color_maps"][0]["kind"], "RGB");
+    EXPECT_EQ(details["color_maps"][0]["entries"], 256);
+    EXPECT_EQ(details["pyramid_levels"], 1);
+    ASSERT_EQ(details["levels"].size(), 1u);
+    EXPECT_EQ(details["levels"][0]["width"], 64);
+    const auto text = runTool("info " + quoted(dir / "lut.ntf"));
+    EXPECT_NE(text.out.find("maps     band 0: 256 RGB"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("levels   1 (1: 64 x 48)"), std::string::npos) << text.out;
+}
+
 TEST(TesselInfo, MissingFileFailsOnStandardError) {
     file_test::TempDir dir;
     const auto result = runTool("info " + quoted(dir / "missing.ntf") + " 2>&1 >/dev/null");

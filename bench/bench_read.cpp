@@ -76,13 +76,13 @@ Region regionOf(const Tessel::NITFImage& image, bool window) {
 }
 
 bool readRegion(const Tessel::NITFImage& image, const Region& region, std::vector<uint8_t>& out) {
-    return image.readRegionViaPixels(region.x, region.y, region.width, region.height,
-                                     region.width, region.height, allBands(image), out);
+    return image.readRegionViaPixels(region.x, region.y, region.width, region.height, region.width,
+                                     region.height, allBands(image), out);
 }
 
 void reportBytes(benchmark::State& state, const Tessel::NITFImage& image, const Region& region) {
-    const int64_t bytes = int64_t{region.width} * region.height * image.getNumBands() *
-                          image.getBytesPerPixel();
+    const int64_t bytes =
+        int64_t{region.width} * region.height * image.getNumBands() * image.getBytesPerPixel();
     state.SetBytesProcessed(state.iterations() * bytes);
     state.counters["MB_per_read"] = static_cast<double>(bytes) / 1e6;
 }

@@ -56,7 +56,8 @@ bool parsesAsXML(const std::string& text, std::string& root) {
 
 TEST(NITFFilePaths, HeaderFieldReadsAsWideText) {
     const auto file = openSample();
-    EXPECT_EQ(file->getPath(0, "/FileHeader/FTITLE"), any_type::value(std::wstring(L"TesselLib sample")));
+    EXPECT_EQ(file->getPath(0, "/FileHeader/FTITLE"),
+              any_type::value(std::wstring(L"TesselLib sample")));
     EXPECT_EQ(file->getPathString(0, "/FileHeader/OSTAID", "?"), "TESSEL");
 }
 

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "tessel/file/NITFFactory.h"
+#include "tessel/file/NITFInfo.h"
 #include "tessel/platform/base/nitf_fs.h"
 #include "tessel/platform/base/versions.h"
 #include "tessel/platform/nitf/nitf_PluginRegistry.h"
@@ -40,26 +41,11 @@ std::vector<std::string> registeredExtensionNames() {
     return names;
 }
 
-// The whole description document of an extension, as installed under its name with blanks
-// written as "_"; empty text when there is none.
-std::string readDescription(const std::string& name) {
-    std::string fileName = name;
-    std::replace(fileName.begin(), fileName.end(), ' ', '_');
-    const std::filesystem::path path =
-        nitf_fs::findFile("Resources/Raster/NITF/TREs", std::filesystem::path(fileName));
-    if (path.empty()) {
-        return {};
-    }
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 nlohmann::ordered_json describeExtension(const std::string& name) {
     nlohmann::ordered_json entry = {{"name", name}};
     try {
-        const nlohmann::json description = nlohmann::json::parse(readDescription(name));
+        const nlohmann::json description =
+            nlohmann::json::parse(NITFInfo::get().readJSON(NITFInfo::InfoPath{name, {}}));
         for (const char* member : {"Name", "description"}) {
             if (description.contains(member)) {
                 entry[member] = description[member];

@@ -212,7 +212,7 @@ std::vector<ColorMap> loadSubheaderLUTs(nitf_ImageSubheader* subheader, NITFMess
             map = std::vector<uint8_t>(data, data + entries);
         } else if (luts == 2) {
             // The second LUT is the map; the first is dropped.
-            map = std::vector<uint8_t>(data + entries, data + 2 * entries);
+            map = std::vector<uint8_t>(data + entries, data + size_t{2} * entries);
         } else {
             std::vector<std::array<uint8_t, 3>> rgb(entries);
             for (uint32_t i = 0; i < entries; ++i) {

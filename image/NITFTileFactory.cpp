@@ -1,6 +1,7 @@
 #include "tessel/image/NITFTileFactory.h"
 
 #include <algorithm>
+#include <bit>
 #include <cctype>
 #include <cstring>
 #include <stdexcept>
@@ -186,10 +187,43 @@ NITFTileFactory::Mode NITFTileFactory::modeFromIMODE(std::string_view imode) {
     }
 }
 
+namespace {
+
+// One pass over the visited elements with the swap known at compile time, so that the
+// compiler turns it into plain loads, byte swaps and stores.
+inline uint8_t fromBigEndian(uint8_t word) {
+    return word;
+}
+inline uint16_t fromBigEndian(uint16_t word) {
+    return __builtin_bswap16(word);
+}
+inline uint32_t fromBigEndian(uint32_t word) {
+    return __builtin_bswap32(word);
+}
+inline uint64_t fromBigEndian(uint64_t word) {
+    return __builtin_bswap64(word);
+}
+
+template <class Word>
+void swapStrided(const uint8_t* source, uint8_t* destination, size_t count, size_t start,
+                 size_t stride) {
+    size_t out = 0;
+    for (size_t index = start; index < count; index += stride, ++out) {
+        Word word;
+        std::memcpy(&word, source + index * sizeof(Word), sizeof(Word));
+        if constexpr (std::endian::native == std::endian::little) {
+            word = fromBigEndian(word);
+        }
+        std::memcpy(destination + out * sizeof(Word), &word, sizeof(Word));
+    }
+}
+
+}  // namespace
+
 void swappingCopy(size_t elementSize, const uint8_t* source, uint8_t* destination,
                   size_t sourceLength, size_t start, size_t stride) {
     if (elementSize != 1 && elementSize != 2 && elementSize != 4 && elementSize != 8) {
-        return;
+        return;  // other sizes copy nothing
     }
     const size_t count = sourceLength / elementSize;
     if (elementSize == 1 && stride == 1) {
@@ -198,18 +232,25 @@ void swappingCopy(size_t elementSize, const uint8_t* source, uint8_t* destinatio
         }
         return;
     }
-    uint8_t element[8];
-    for (size_t index = start, out = 0; index < count; index += stride, ++out) {
-        std::memcpy(element, source + index * elementSize, elementSize);
-        std::reverse(element, element + elementSize);
-        if (elementSize == 1) {
-            destination[out] = element[0];
-        } else {
-            std::memcpy(destination + out * elementSize, element, elementSize);
-        }
-        if (stride == 0) {
-            break;  // a zero stride would visit the same element forever
-        }
+    if (stride == 0) {
+        // A zero stride visits its one element once.
+        stride = count;
+    }
+    switch (elementSize) {
+        case 1:
+            swapStrided<uint8_t>(source, destination, count, start, stride);
+            break;
+        case 2:
+            swapStrided<uint16_t>(source, destination, count, start, stride);
+            break;
+        case 4:
+            swapStrided<uint32_t>(source, destination, count, start, stride);
+            break;
+        case 8:
+            swapStrided<uint64_t>(source, destination, count, start, stride);
+            break;
+        default:
+            break;  // other sizes copy nothing
     }
 }
 

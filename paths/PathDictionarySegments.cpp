@@ -261,9 +261,12 @@ std::string_view readSegmentBody(PathContext& context, std::string_view name, in
         return {};
     }
     // The file's input has one position that every segment reader seeks and reads: readers
-    // of an opened file run without the record lock, so the reads of bodies take turns.
-    static std::mutex inputMutex;
-    const std::lock_guard lock(inputMutex);
+    // of an opened file run without the record lock, so the reads of bodies take turns with
+    // each other and with the image's RPF reads, under the file's input lock.
+    static std::mutex contextsWithoutFile;
+    auto* file = dynamic_cast<Tessel::NITFFilePrivate*>(&context);
+    const std::unique_lock lock =
+        file != nullptr ? file->lockIO() : std::unique_lock(contextsWithoutFile);
     if (cache.hasBlock(key)) {
         return cache.getBlock(key);  // another thread read it meanwhile
     }

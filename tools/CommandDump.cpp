@@ -12,14 +12,21 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 // One line per value: "/FileHeader/FHDR = NITF"; array elements by index.
+std::string childPath(const std::string& path, const std::string& name) {
+    std::string child = path;
+    child += '/';
+    child += name;
+    return child;
+}
+
 void printLines(const Json& node, const std::string& path) {
     if (node.is_object()) {
         for (const auto& [key, child] : node.items()) {
-            printLines(child, path + "/" + key);
+            printLines(child, childPath(path, key));
         }
     } else if (node.is_array()) {
         for (size_t i = 0; i < node.size(); ++i) {
-            printLines(node[i], path + "/" + std::to_string(i));
+            printLines(node[i], childPath(path, std::to_string(i)));
         }
     } else if (node.is_string()) {
         std::printf("%s = %s\n", path.c_str(), node.get<std::string>().c_str());

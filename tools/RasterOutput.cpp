@@ -250,7 +250,7 @@ private:
             case PngMode::Rgb:
                 for (uint32_t i = 0; i < width; ++i) {
                     for (size_t band = 0; band < 3; ++band) {
-                        row_[i * 3 + band] = first[band * planeBytes + i];
+                        row_[size_t{i} * 3 + band] = first[band * planeBytes + i];
                     }
                 }
                 break;
@@ -258,7 +258,7 @@ private:
                 for (uint32_t i = 0; i < width; ++i) {
                     const std::array<uint8_t, 3> black{};
                     const auto& colour = first[i] < palette_.size() ? palette_[first[i]] : black;
-                    std::copy(colour.begin(), colour.end(), row_.begin() + i * 3);
+                    std::copy(colour.begin(), colour.end(), row_.begin() + ptrdiff_t{i} * 3);
                 }
                 break;
             case PngMode::GreyTable:

@@ -26,6 +26,7 @@
 #include "tests/paths/dictionary_test_support.h"
 #include "tests/platform/scoped_environment.h"
 #include "tests/support/FileTestSupport.h"
+#include "tests/support/InfoResources.h"
 
 namespace {
 
@@ -668,7 +669,21 @@ TEST_F(Extensions, RealBandDescriptionAgreesWithGdal) {
 
 // --- the listing of registered extensions -----------------------------------------------------
 
+// Descriptions are kept for the whole process once read, so the listing always reads them
+// with the test resource folder in place (writeDescription sets it up).
+// Two names get descriptions of the test's own, a good and a broken one, before any listing
+// reads them; no other test reads these names.
 nlohmann::ordered_json treListing() {
+    static const bool written = [] {
+        tessel_test::writeDescription(
+            "CSSHPA",
+            R"({"Name": "CSSHPA", "description": "Shapefile data", "Other": 1,)"
+            R"( "Classification": {"level": "UNCLASSIFIED", "system": "x"}, "Fields": {}})");
+        tessel_test::writeDescription("CSSHPB", "{ not json");
+        nitf_fs::clearCache();
+        return true;
+    }();
+    (void)written;
     return collectVersions({})["nitf-tres"];
 }
 
@@ -716,20 +731,10 @@ nlohmann::ordered_json listingEntry(const std::string& name) {
 }
 
 TEST_F(Extensions, ListingCopiesNameDescriptionAndLevelFromTheDescriptionDocument) {
-    file_test::TempDir resources;
-    const fs::path folder = resources.path() / "Resources" / "Raster" / "NITF" / "TREs";
-    fs::create_directories(folder);
-    std::ofstream(folder / "CSATTA_DES")
-        << R"({"Name": "CSATTA", "description": "Attitude data", "Other": 1,)"
-        << R"( "Classification": {"level": "UNCLASSIFIED", "system": "x"}, "Fields": {}})";
-    std::ofstream(folder / "CSSHPB") << "{ not json";
-    tessel_test::ScopedEnvironment environment("TESSEL_RESOURCE_PATH", resources.path().string());
-    nitf_fs::clearCache();
-
-    const auto described = listingEntry("CSATTA DES");
+    const auto described = listingEntry("CSSHPA");
     EXPECT_EQ(described, nlohmann::ordered_json::parse(
-                             R"({"name": "CSATTA DES", "Name": "CSATTA",
-                                 "description": "Attitude data", "level": "UNCLASSIFIED"})"));
+                             R"({"name": "CSSHPA", "Name": "CSSHPA",
+                                 "description": "Shapefile data", "level": "UNCLASSIFIED"})"));
     const auto broken = listingEntry("CSSHPB");
     ASSERT_TRUE(broken.contains("message"));
     EXPECT_TRUE(broken["message"].get<std::string>().starts_with("Failed to load: CSSHPB, "))

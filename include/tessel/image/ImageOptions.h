@@ -2,8 +2,8 @@
 // Which view of an image segment a caller wants. Plain value, used as a cache key: images
 // are ordered by segment, level, mode and layers, in that order.
 
-#include <compare>
 #include <cstdint>
+#include <tuple>
 
 namespace Tessel {
 
@@ -16,7 +16,11 @@ struct ImageOptions {
     int32_t mode = 0;     // write_mode, or anything else for a read image
     int32_t layers = 0;   // JPEG 2000 quality layers to decode, 0 for all
 
-    auto operator<=>(const ImageOptions&) const = default;
+    bool operator==(const ImageOptions&) const = default;
+    bool operator<(const ImageOptions& other) const {
+        return std::tie(segment, level, mode, layers) <
+               std::tie(other.segment, other.level, other.mode, other.layers);
+    }
 };
 
 }  // namespace Tessel

@@ -128,6 +128,10 @@ bool configure(nitf_ImageIO* io, nitf_ImageSubheader* sh, nitf_Error* error) {
     uint64_t pixels = uint64_t{io->rowsPerBlock} * io->colsPerBlock;
     io->samplesPerBlock = io->imode == 'S' ? pixels : pixels * io->bands;
     io->storedBlockBytes = (io->samplesPerBlock * io->nbpp + 7) / 8;
+    if (io->imode == 'B' && io->bands > 1) {
+        // Band-sequential blocks of packed samples start each band on a byte boundary.
+        io->storedBlockBytes = io->bands * ((pixels * io->nbpp + 7) / 8);
+    }
     uint64_t blocks = uint64_t{io->blocksPerRow} * io->blocksPerCol;
     if (io->imode == 'S') {
         blocks *= io->bands;
@@ -268,9 +272,9 @@ bool scanJpegStreams(nitf_ImageIO* io, nitf_IOInterface* input, nitf_Error* erro
 
 // Expands samples packed MSB first (NBPP 1, 4, 12, ...) to whole storage units; 16-bit units
 // are written most significant byte first, as 16-bit samples are stored.
-void unpackSamples(const nitf_ImageIO* io, const uint8_t* packed, uint8_t* out) {
+void unpackRun(const nitf_ImageIO* io, const uint8_t* packed, uint8_t* out, uint64_t samples) {
     uint64_t bit = 0;
-    for (uint64_t s = 0; s < io->samplesPerBlock; ++s) {
+    for (uint64_t s = 0; s < samples; ++s) {
         uint32_t value = 0;
         for (uint32_t k = 0; k < io->nbpp; ++k, ++bit) {
             value = (value << 1) | ((packed[bit >> 3] >> (7 - (bit & 7))) & 1u);
@@ -281,6 +285,19 @@ void unpackSamples(const nitf_ImageIO* io, const uint8_t* packed, uint8_t* out) 
             out[2 * s] = static_cast<uint8_t>(value >> 8);
             out[2 * s + 1] = static_cast<uint8_t>(value);
         }
+    }
+}
+
+void unpackSamples(const nitf_ImageIO* io, const uint8_t* packed, uint8_t* out) {
+    if (io->imode != 'B' || io->bands <= 1) {
+        unpackRun(io, packed, out, io->samplesPerBlock);
+        return;
+    }
+    const uint64_t samples = io->samplesPerBlock / io->bands;
+    const uint64_t storedBand = (samples * io->nbpp + 7) / 8;
+    for (uint32_t band = 0; band < io->bands; ++band) {
+        unpackRun(io, packed + band * storedBand, out + band * samples * io->bytesPerSample,
+                  samples);
     }
 }
 

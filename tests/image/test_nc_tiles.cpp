@@ -122,6 +122,24 @@ TEST_F(NCTiles, BandSequentialBlocksReadEachBandOfTheBlock) {
     EXPECT_EQ(tileBytes(image.factory(), 1, 0, 1), (std::vector<uint8_t>{0x31, 0x32, 0x33, 0x34}));
 }
 
+TEST_F(NCTiles, PackedBandSequentialBlocksStartEachBandOnAByte) {
+    ImageSpec spec;
+    spec.rows = 3;
+    spec.cols = 3;
+    spec.nbpp = 1;
+    spec.abpp = 1;
+    spec.imode = "B";
+    spec.bands = image_test::bands(2);
+    // Nine bits a band: band 0 is 1 0 1 / 0 1 0 / 1 0 1 and fills two bytes; band 1,
+    // 0 1 0 / 1 0 1 / 0 1 0, begins with the third byte.
+    spec.data = std::string("\xAA\x80\x55\x00", 4);
+    OpenImage image(write(spec));
+    EXPECT_EQ(tileBytes(image.factory(), 0, 0, 0),
+              (std::vector<uint8_t>{1, 0, 1, 0, 1, 0, 1, 0, 1}));
+    EXPECT_EQ(tileBytes(image.factory(), 0, 0, 1),
+              (std::vector<uint8_t>{0, 1, 0, 1, 0, 1, 0, 1, 0}));
+}
+
 TEST_F(NCTiles, BandSequentialImagesNumberBlocksBandAfterBand) {
     ImageSpec spec;
     spec.rows = 2;

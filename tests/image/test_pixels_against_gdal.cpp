@@ -153,17 +153,6 @@ bool isComplexPair(const OurImage& image, size_t gdalBands) {
            image.bands.size() == 1 && gdalBands == 2;
 }
 
-// Bands known to differ from GDAL, by file name, image and band, with the reason. Each must
-// still differ: once it agrees, its entry goes.
-const std::map<std::tuple<std::string, size_t, size_t>, std::string>& knownDifferences() {
-    static const std::map<std::tuple<std::string, size_t, size_t>, std::string> known{
-        {{"LUinBand2.ntf", 0, 1},
-         "1-bit samples, IMODE B: the second band's block starts 2 bits early (630 bits after "
-         "the first, where GDAL starts it on the next byte, 632)"},
-    };
-    return known;
-}
-
 // Compares one image with GDAL's digests of it; returns false when it was left out.
 bool compareWithGdal(const fs::path& path, size_t index, const OurImage& ours, const json& gdal) {
     const std::string where = path.string() + " image " + std::to_string(index);
@@ -181,13 +170,6 @@ bool compareWithGdal(const fs::path& path, size_t index, const OurImage& ours, c
     }
     EXPECT_EQ(ours.bands.size(), bands.size()) << where;
     for (size_t band = 0; band < std::min(ours.bands.size(), bands.size()); ++band) {
-        const auto known = knownDifferences().find({path.filename().string(), index, band});
-        if (known != knownDifferences().end()) {
-            std::printf("[ known    ] %s band %zu: %s\n", where.c_str(), band,
-                        known->second.c_str());
-            EXPECT_NE(ours.digest(band), bands[band].get<std::string>()) << where << " agrees now";
-            continue;
-        }
         EXPECT_EQ(ours.digest(band), bands[band].get<std::string>()) << where << " band " << band;
     }
     return true;

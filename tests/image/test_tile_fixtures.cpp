@@ -4,8 +4,8 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "platform/nitf/sha256.h"
 #include "support/TileReading.h"
-#include "support/TileTestSupport.h"
 
 namespace fs = std::filesystem;
 using tile_test::OpenImage;
@@ -68,7 +68,7 @@ TEST_P(TileFixtures, BandsAssembledFromTilesMatchGdal) {
             ASSERT_EQ(factory.getNumBands(), 1u);
             const auto pixels = tile_test::readBand(factory, 0);
             for (size_t part = 0; part < 2; ++part) {
-                EXPECT_EQ(tile_test::sha256Hex(component(pixels, factory.getBytesPerPixel(), part)),
+                EXPECT_EQ(nitf_test::sha256Hex(component(pixels, factory.getBytesPerPixel(), part)),
                           bands.at(part).at("sha256_readraster").get<std::string>())
                     << "image " << i << " component " << part;
                 ++checked;
@@ -80,7 +80,7 @@ TEST_P(TileFixtures, BandsAssembledFromTilesMatchGdal) {
             bool failed = false;
             const auto samples = tile_test::readBand(factory, band, &failed);
             EXPECT_FALSE(failed) << "image " << i << " band " << band;
-            EXPECT_EQ(tile_test::sha256Hex(samples),
+            EXPECT_EQ(nitf_test::sha256Hex(samples),
                       bands.at(band).at("sha256_readraster").get<std::string>())
                 << "image " << i << " band " << band;
             ++checked;

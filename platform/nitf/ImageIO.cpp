@@ -70,6 +70,7 @@ struct _nitf_ImageIO {
 
     bool directReady = false;
     std::vector<uint8_t> buffer;
+    std::vector<uint8_t> packedBlock;  // stored bytes of a packed block, before unpacking
 
     uint64_t pixelBase() const { return offset + imageDataOffset; }
     bool uncompressed() const { return compression == "NC" || compression == "NM"; }
@@ -325,14 +326,15 @@ uint8_t* readUncompressedBlock(nitf_ImageIO* io, nitf_IOInterface* input, uint32
     if (!checkRange(io, relative, io->storedBlockBytes, "image block", error)) {
         return nullptr;
     }
-    bool packed = io->nbpp % 8 != 0;
-    std::vector<uint8_t> stored(static_cast<size_t>(io->storedBlockBytes));
+    // Blocks of one image all have one size: the buffers keep their memory from block to
+    // block, so that a read neither allocates nor clears pages again.
+    const bool packed = io->nbpp % 8 != 0;
+    std::vector<uint8_t>& stored = packed ? io->packedBlock : io->buffer;
+    stored.resize(static_cast<size_t>(io->storedBlockBytes));
     if (!readAt(input, io->offset + relative, stored.data(), stored.size(), error)) {
         return nullptr;
     }
-    if (!packed) {
-        io->buffer = std::move(stored);
-    } else {
+    if (packed) {
         io->buffer.assign(static_cast<size_t>(blockBytes(io)), 0);
         unpackSamples(io, stored.data(), io->buffer.data());
     }

@@ -1,19 +1,22 @@
 #include "tessel/image/Tile.h"
 
-#include <cstdlib>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
+#include "tessel/core/RecycledBuffers.h"
 #include "tessel/image/TileFactory.h"
 
 namespace Tessel {
+
+static_assert(Tile::buffer_alignment == RecycledBuffers::alignment);
 
 Tile::Tile(const tile_id& id) : id_(id) {}
 
 Tile::~Tile() = default;
 
-void Tile::AlignedFree::operator()(uint8_t* p) const {
-    std::free(p);
+void Tile::RecycledFree::operator()(uint8_t* p) const {
+    RecycledBuffers::give(p, size);
 }
 
 uint8_t* Tile::allocateBuffer() {
@@ -21,14 +24,12 @@ uint8_t* Tile::allocateBuffer() {
         return buffer_.get();
     }
     const uint64_t bytes = id_.factory != nullptr ? id_.factory->getBlockBytes() : 0;
-    // aligned_alloc wants a multiple of the alignment, and never a size of zero.
-    const uint64_t rounded = std::max<uint64_t>(
-        buffer_alignment, (bytes + buffer_alignment - 1) / buffer_alignment * buffer_alignment);
-    void* memory = std::aligned_alloc(buffer_alignment, rounded);
-    if (memory == nullptr) {
+    if (bytes > SIZE_MAX) {
         throw std::bad_alloc();
     }
-    buffer_.reset(static_cast<uint8_t*>(memory));
+    const auto size = static_cast<size_t>(bytes);
+    buffer_ =
+        std::unique_ptr<uint8_t, RecycledFree>(RecycledBuffers::take(size), RecycledFree{size});
     return buffer_.get();
 }
 

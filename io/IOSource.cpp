@@ -54,7 +54,7 @@ private:
             return 0;
         }
         if (block.data.size() < count) {
-            block.data.resize(count);  // bytes that the file doesn't fill stay zero
+            block.data.resize(count);  // not cleared: the data ends where the read ends
         }
         const size_t got = file->read(block.data.data(), count);
         block.data.resize(got);

@@ -8,6 +8,7 @@
 #include "tessel/core/NitroError.h"
 #include "tessel/core/Option.h"
 #include "tessel/core/Options.h"
+#include "tessel/core/RecycledBuffers.h"
 #include "tessel/core/TextForms.h"
 #include "tessel/core/ThreadPool.h"
 #include "tessel/core/any_type.h"

@@ -216,7 +216,7 @@ TEST(IOSource, FileSourceReadsABlock) {
     NITFMessages messages;
     lumo_concurrency::execution_context_fg context;
     ASSERT_TRUE(source->Read(block, messages, context));
-    EXPECT_EQ(block.data, patternBytes(64, 64));
+    EXPECT_EQ(std::vector<uint8_t>(block.data.begin(), block.data.end()), patternBytes(64, 64));
     EXPECT_TRUE(messages.empty());
 }
 
@@ -229,7 +229,7 @@ TEST(IOSource, BlockOfSizeZeroReadsToTheEndOfTheFile) {
     lumo_concurrency::execution_context_fg context;
     ASSERT_TRUE(source->Read(block, messages, context));
     EXPECT_EQ(block.data.size(), 700u);
-    EXPECT_EQ(block.data, patternBytes(300, 700));
+    EXPECT_EQ(std::vector<uint8_t>(block.data.begin(), block.data.end()), patternBytes(300, 700));
 }
 
 TEST(IOSource, FinalShortBlockSucceedsWithShortData) {
@@ -240,7 +240,7 @@ TEST(IOSource, FinalShortBlockSucceedsWithShortData) {
     NITFMessages messages;
     lumo_concurrency::execution_context_fg context;
     ASSERT_TRUE(source->Read(block, messages, context));
-    EXPECT_EQ(block.data, patternBytes(64, 36));
+    EXPECT_EQ(std::vector<uint8_t>(block.data.begin(), block.data.end()), patternBytes(64, 36));
 }
 
 TEST(IOSource, BlockAtOrPastTheEndIsAReadError) {

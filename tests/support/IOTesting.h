@@ -147,7 +147,8 @@ protected:
         }
         const uint64_t end =
             block.size == 0 ? length_ : std::min(length_, block.offset + block.size);
-        block.data = patternBytes(block.offset, end - block.offset);
+        const std::vector<uint8_t> bytes = patternBytes(block.offset, end - block.offset);
+        block.data.assign(bytes.begin(), bytes.end());
         return true;
     }
 

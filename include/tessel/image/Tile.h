@@ -79,14 +79,16 @@ public:
     void markFailed();
 
 private:
-    struct AlignedFree {
+    // Hands the buffer back for reuse by the next tile of the same size.
+    struct RecycledFree {
+        size_t size;
         void operator()(uint8_t* p) const;
     };
 
     tile_id id_;
     uint16_t flags_ = 0;
     std::mutex mutex_;
-    std::unique_ptr<uint8_t, AlignedFree> buffer_;
+    std::unique_ptr<uint8_t, RecycledFree> buffer_;
 };
 
 // A tile without content of its own: blank and error tiles, and tiles of undecodable images.

@@ -8,6 +8,8 @@
 #include <mutex>
 #include <vector>
 
+#include "tessel/core/RecycledBuffers.h"
+
 namespace Tessel {
 
 struct IOBlock {
@@ -21,8 +23,8 @@ struct IOBlock {
     uint64_t offset = 0;  // byte offset in the source: index times the block size
     uint64_t size = 0;    // bytes wanted; 0 reads to the end of the file
     // The bytes actually read. Written only under `lock` before `done` is set; read only
-    // after `done` was seen set.
-    std::vector<uint8_t> data;
+    // after `done` was seen set. Evicted blocks hand their buffers on to new ones.
+    std::vector<uint8_t, RecycledBuffers::Allocator<uint8_t>> data;
     std::atomic<bool> done{false};  // a read was finished, with or without success
     std::atomic<bool> ok{false};    // the result of that read
     std::mutex lock;                // held while the block is read

@@ -11,6 +11,8 @@
 #include "tessel/file/NITFFile.h"
 #include "tessel/image/NITFImage.h"
 #include "tessel/image/NITFTileFactory.h"
+#include "tessel/io/IOPool.h"
+#include "tessel/io/IOSource.h"
 #include "tessel/io/NitroGdalIOInterface.h"
 #include "tessel/platform/nitf.h"
 
@@ -27,6 +29,7 @@ constexpr uint64_t kMissingBlock = 0xFFFFFFFF;
 // the reader may read its tables again later, under the read mutex only.
 struct MaskInfo {
     bool present = false;
+    uint32_t imageDataOffset = 0;     // where the blocks begin, after the mask table
     std::optional<uint8_t> padValue;  // the first byte of the pad pixel value
     std::vector<uint64_t> blockMask;  // empty when the image has no block mask
 };
@@ -49,6 +52,7 @@ MaskInfo maskInfoOf(nitf_ImageReader* reader, uint64_t blocks) {
     if (!info.present) {
         return info;
     }
+    info.imageDataOffset = imageDataOffset;
     if (padValue != nullptr && padValueLength != 0) {
         info.padValue = padValue[0];
     }
@@ -110,6 +114,10 @@ public:
     // Copies the tile's band of its block into `buffer`; false when the block can't be read.
     bool readTile(const tile_id& id, uint8_t* buffer) const;
 
+    // Asks the block pool for the file bytes of the tile's block without waiting for them,
+    // so that the blocks of tiles waiting for the read mutex are read meanwhile.
+    void readAhead(const tile_id& id) const;
+
 private:
     void openReader(const NITFImage* image) {
         const ImageSegmentFields fields = readImageSegmentFields(image);
@@ -144,6 +152,10 @@ private:
         const uint64_t blocks =
             uint64_t{limit_.x} * limit_.y * (mode_ == mode_S ? uint64_t{limit_.band} : 1);
         mask_ = maskInfoOf(reader_, blocks);
+        // Packed samples are stored shorter than the block table says.
+        if (fields.nbpp % 8 == 0) {
+            source_ = IOSource::Create(uri_);
+        }
     }
 
     mutable std::mutex readMutex_;  // the NITRO reader isn't thread-safe
@@ -151,6 +163,7 @@ private:
     nrt_IOInterface* input_ = nullptr;
     uint64_t blockLength_ = 0;  // bytes of one block as the reader stores it
     MaskInfo mask_;
+    std::shared_ptr<IOSource> source_;  // for reading ahead; none when that isn't possible
 };
 
 // One band of one block.
@@ -160,6 +173,7 @@ public:
         : Tile(id), factory_(factory) {}
 
     bool load(TileGroup& /*group*/) override {
+        factory_->readAhead(getId());
         uint8_t* buffer = allocateBuffer();
         if (!factory_->readTile(getId(), buffer)) {
             markFailed();
@@ -235,6 +249,34 @@ bool NITFTileFactory_NC::readTile(const tile_id& id, uint8_t* buffer) const {
             break;
     }
     return true;
+}
+
+void NITFTileFactory_NC::readAhead(const tile_id& id) const {
+    const int64_t block = blockNumber(id);
+    // The bands of a block in mode B or P share its bytes: the first band reads them.
+    if (!source_ || block < 0 || (mode_ != mode_S && id.band != 0)) {
+        return;
+    }
+    // Where the reader will look: after the mask table, at the block mask's entry or at
+    // the block's place in the plain layout.
+    uint64_t start = uint64_t{mask_.imageDataOffset} + static_cast<uint64_t>(block) * blockLength_;
+    if (!mask_.blockMask.empty()) {
+        if (static_cast<uint64_t>(block) >= mask_.blockMask.size() ||
+            mask_.blockMask[static_cast<size_t>(block)] == kMissingBlock) {
+            return;
+        }
+        start = uint64_t{mask_.imageDataOffset} + mask_.blockMask[static_cast<size_t>(block)];
+    }
+    if (start >= dataLength_ || dataOffset_ > UINT64_MAX - dataLength_) {
+        return;
+    }
+    try {
+        // The future isn't waited for: the blocks stay in the pool for the reader.
+        IOPool::Read(source_, dataOffset_ + start, std::min(blockLength_, dataLength_ - start),
+                     nullptr);
+    } catch (const std::exception&) {
+        // Reading ahead is only a hint; the reader reports real failures.
+    }
 }
 
 // A single block of the whole image: no more than one block across and one down.

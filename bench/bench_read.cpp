@@ -88,15 +88,16 @@ void reportBytes(benchmark::State& state, const Tessel::NITFImage& image, const 
     state.counters["MB_per_read"] = static_cast<double>(bytes) / 1e6;
 }
 
-// Each read opens the file anew with every cache empty; only the read is timed.
-void BM_ReadCold(benchmark::State& state, const std::string& name, bool window) {
+// Each read opens the image anew after `forget` has emptied caches; only the read is timed.
+template <class Forget>
+void readAfresh(benchmark::State& state, const std::string& name, bool window, Forget forget) {
     std::vector<uint8_t> out;
     Region region{};
     OpenImage opened;
     for (auto _ : state) {
         state.PauseTiming();
         opened = OpenImage{};
-        Tessel::NITFFactory::get().clearCache();
+        forget();
         opened = openOrSkip(name, state);
         if (!opened.image) {
             return;
@@ -114,31 +115,15 @@ void BM_ReadCold(benchmark::State& state, const std::string& name, bool window) 
     }
 }
 
-// Each read opens the image anew with its tiles dropped, while the file's blocks stay in the
-// I/O pool, as for an image read again after its tiles have expired.
+// Every cache empty: files, blocks and tiles.
+void BM_ReadCold(benchmark::State& state, const std::string& name, bool window) {
+    readAfresh(state, name, window, [] { Tessel::NITFFactory::get().clearCache(); });
+}
+
+// The tiles dropped while the file's blocks stay in the I/O pool, as for an image read
+// again after its tiles have expired.
 void BM_ReadBlocksWarm(benchmark::State& state, const std::string& name, bool window) {
-    std::vector<uint8_t> out;
-    Region region{};
-    OpenImage opened;
-    for (auto _ : state) {
-        state.PauseTiming();
-        opened = OpenImage{};
-        Tessel::TilePool::get()->clearCache(nullptr);
-        opened = openOrSkip(name, state);
-        if (!opened.image) {
-            return;
-        }
-        region = regionOf(*opened.image, window);
-        state.ResumeTiming();
-        if (!readRegion(*opened.image, region, out)) {
-            state.SkipWithError("the read failed");
-            return;
-        }
-        benchmark::DoNotOptimize(out.data());
-    }
-    if (opened.image) {
-        reportBytes(state, *opened.image, region);
-    }
+    readAfresh(state, name, window, [] { Tessel::TilePool::get()->clearCache(nullptr); });
 }
 
 void BM_ReadWarm(benchmark::State& state, const std::string& name, bool window) {

@@ -152,8 +152,10 @@ private:
         const uint64_t blocks =
             uint64_t{limit_.x} * limit_.y * (mode_ == mode_S ? uint64_t{limit_.band} : 1);
         mask_ = maskInfoOf(reader_, blocks);
-        // Packed samples are stored shorter than the block table says.
-        if (fields.nbpp % 8 == 0) {
+        // Packed samples are stored shorter than the block table says, and are unpacked by
+        // the reader.
+        wholeByteSamples_ = fields.nbpp % 8 == 0;
+        if (wholeByteSamples_) {
             source_ = IOSource::Create(uri_);
         }
     }
@@ -163,6 +165,7 @@ private:
     nrt_IOInterface* input_ = nullptr;
     uint64_t blockLength_ = 0;  // bytes of one block as the reader stores it
     MaskInfo mask_;
+    bool wholeByteSamples_ = false;
     std::shared_ptr<IOSource> source_;  // for reading ahead; none when that isn't possible
 };
 
@@ -215,6 +218,22 @@ bool NITFTileFactory_NC::readTile(const tile_id& id, uint8_t* buffer) const {
     if (block < 0 || block > int64_t{UINT32_MAX}) {
         return false;
     }
+    // A complex sample is two components, each swapped by itself.
+    const size_t element =
+        pixelType_ == lumo_pixel::complex_float ? getBytesPerPixel() / 2 : getBytesPerPixel();
+    const bool swappable = element == 1 || element == 2 || element == 4 || element == 8;
+    if (wholeByteSamples_ && swappable && mode_ != mode_P) {
+        // The band's samples lie together in the block: read them into the tile at once.
+        const uint64_t first = mode_ == mode_B ? uint64_t{id.band} * blockBytes_ : 0;
+        uint64_t copied = 0;
+        if (!nitf_ImageIO_readBlockPartDirect(reader_->imageDeblocker, reader_->input,
+                                              static_cast<uint32_t>(block), first, blockBytes_,
+                                              buffer, &copied, &error)) {
+            return false;
+        }
+        swappingCopy(element, buffer, buffer, copied, 0, 1);
+        return true;
+    }
     uint64_t size = 0;
     const uint8_t* data = nitf_ImageIO_readBlockDirect(reader_->imageDeblocker, reader_->input,
                                                        static_cast<uint32_t>(block), &size, &error);
@@ -224,9 +243,6 @@ bool NITFTileFactory_NC::readTile(const tile_id& id, uint8_t* buffer) const {
     if (size == 0) {
         size = blockLength_;
     }
-    // A complex sample is two components, each swapped by itself.
-    const size_t element =
-        pixelType_ == lumo_pixel::complex_float ? getBytesPerPixel() / 2 : getBytesPerPixel();
     switch (mode_) {
         case mode_B: {
             // Band after band within the block; a block cut short stops where it ends.

@@ -342,6 +342,37 @@ uint8_t* readUncompressedBlock(nitf_ImageIO* io, nitf_IOInterface* input, uint32
     return io->buffer.data();
 }
 
+// Part of one stored block of whole-byte uncompressed samples, read into the caller's memory:
+// one copy less than going through the ImageIO's buffer.
+bool readUncompressedBlockPart(nitf_ImageIO* io, nitf_IOInterface* input, uint32_t block,
+                               uint64_t first, uint64_t count, uint8_t* destination,
+                               uint64_t* copied, nitf_Error* error) {
+    *copied = 0;
+    if (io->masked && io->blockMask[block] == kNotRecorded) {
+        uint64_t size = 0;
+        const uint8_t* pad = fillAbsentBlock(io, &size);
+        if (first < size) {
+            *copied = std::min(count, size - first);
+            std::memcpy(destination, pad + first, static_cast<size_t>(*copied));
+        }
+        return true;
+    }
+    const uint64_t relative = io->imageDataOffset + io->blockMask[block];
+    if (!checkRange(io, relative, io->storedBlockBytes, "image block", error)) {
+        return false;
+    }
+    if (first >= io->storedBlockBytes) {
+        return true;
+    }
+    const uint64_t length = std::min(count, io->storedBlockBytes - first);
+    if (length != 0 && !readAt(input, io->offset + relative + first, destination,
+                               static_cast<size_t>(length), error)) {
+        return false;
+    }
+    *copied = length;
+    return true;
+}
+
 // The stored bytes of one compressed block: up to the next recorded block, or the end.
 uint8_t* readCompressedBlock(nitf_ImageIO* io, nitf_IOInterface* input, uint32_t block,
                              uint64_t* blockSize, nitf_Error* error) {
@@ -489,6 +520,29 @@ uint8_t* nitf_ImageIO_readBlockDirect(nitf_ImageIO* nitf, nitf_IOInterface* io,
         return readUncompressedBlock(nitf, io, blockNumber, blockSize, error);
     }
     return readCompressedBlock(nitf, io, blockNumber, blockSize, error);
+}
+
+NITF_BOOL nitf_ImageIO_readBlockPartDirect(nitf_ImageIO* nitf, nitf_IOInterface* io,
+                                           uint32_t blockNumber, uint64_t first, uint64_t count,
+                                           uint8_t* destination, uint64_t* copied,
+                                           nitf_Error* error) {
+    if (!nitf->directReady && !nitf_ImageIO_setupDirectBlockRead(nitf, io, nitf->bands, error)) {
+        return false;
+    }
+    if (!nitf->uncompressed() || nitf->nbpp % 8 != 0) {
+        failf(error, NITF_ERR_INVALID_OBJECT,
+              "parts of blocks are read from uncompressed whole-byte samples only, not IC {} "
+              "with NBPP {}",
+              nitf->compression, nitf->nbpp);
+        return false;
+    }
+    if (blockNumber >= nitf->blockCount) {
+        failf(error, NITF_ERR_INVALID_PARAMETER, "block {} out of range: the image has {}",
+              blockNumber, nitf->blockCount);
+        return false;
+    }
+    return readUncompressedBlockPart(nitf, io, blockNumber, first, count, destination, copied,
+                                     error);
 }
 
 NITF_BOOL nitf_ImageIO_getMaskInfo(nitf_ImageIO* nitf, uint32_t* imageDataOffset,

@@ -270,6 +270,82 @@ TEST_F(FixtureReader, MaskedImageReportsItsMissingBlocks) {
     nitf_ImageReader_destruct(&reader);
 }
 
+// Reads block `number` whole through the reader's buffer, then the part [first, first +
+// count) straight into memory of the test's own; both must agree byte for byte.
+static void expectPartEqualsBlock(nitf_ImageReader* reader, uint32_t number, uint64_t first,
+                                  uint64_t count, nitf_Error* error) {
+    uint64_t size = 0;
+    const uint8_t* block = nitf_ImageReader_readBlock(reader, number, &size, error);
+    ASSERT_NE(block, nullptr) << error->message;
+    const std::vector<uint8_t> whole(block, block + size);
+    std::vector<uint8_t> part(static_cast<size_t>(count), 0xAB);
+    uint64_t copied = 0;
+    ASSERT_TRUE(nitf_ImageIO_readBlockPartDirect(reader->imageDeblocker, reader->input, number,
+                                                 first, count, part.data(), &copied, error))
+        << error->message;
+    const uint64_t expected = first < size ? std::min(count, size - first) : 0;
+    ASSERT_EQ(copied, expected) << "block " << number << " from " << first;
+    EXPECT_TRUE(std::equal(part.begin(), part.begin() + static_cast<ptrdiff_t>(copied),
+                           whole.begin() + static_cast<ptrdiff_t>(std::min(first, size))))
+        << "block " << number << " from " << first;
+    // Nothing is written past the block's end.
+    EXPECT_TRUE(std::all_of(part.begin() + static_cast<ptrdiff_t>(copied), part.end(),
+                            [](uint8_t b) { return b == 0xAB; }));
+}
+
+TEST_F(FixtureReader, BlockPartsReadIntoTheCallersMemoryEqualTheWholeBlock) {
+    for (const char* name : {"nc_u8_rgb_tiled.ntf", "nc_u16_tiled.ntf",
+                             "derived_imode_S_u8_3b_tiled.ntf", "derived_nm_missing_blocks.ntf"}) {
+        SCOPED_TRACE(name);
+        OpenFile file(fixtureDir() / name);
+        ASSERT_NE(file.record, nullptr) << file.error.message;
+        nitf_ImageReader* reader = nitf_Reader_newImageReader(file.reader, 0, nullptr, &file.error);
+        ASSERT_NE(reader, nullptr) << file.error.message;
+        nitf_BlockingInfo* info = nitf_ImageReader_getBlockingInfo(reader, &file.error);
+        ASSERT_NE(info, nullptr) << file.error.message;
+        const uint64_t length = info->length;
+        // Block 5 of the masked file is absent: its part is the pad value.
+        for (uint32_t number : {0u, 1u, 5u}) {
+            expectPartEqualsBlock(reader, number, 0, length, &file.error);
+            expectPartEqualsBlock(reader, number, length / 3, length / 3, &file.error);
+            expectPartEqualsBlock(reader, number, length - 7, 64, &file.error);
+            expectPartEqualsBlock(reader, number, length + 1, 16, &file.error);
+        }
+        nitf_BlockingInfo_destruct(&info);
+        nitf_ImageReader_destruct(&reader);
+    }
+}
+
+TEST_F(FixtureReader, BlockPartsAreRefusedForCompressedAndPackedSamples) {
+    for (const char* name : {"c3_u8_tiled.ntf", "derived_nbpp12.ntf", "derived_nbpp1.ntf"}) {
+        SCOPED_TRACE(name);
+        OpenFile file(fixtureDir() / name);
+        ASSERT_NE(file.record, nullptr) << file.error.message;
+        nitf_ImageReader* reader = nitf_Reader_newImageReader(file.reader, 0, nullptr, &file.error);
+        ASSERT_NE(reader, nullptr) << file.error.message;
+        uint8_t bytes[16] = {};
+        uint64_t copied = 99;
+        EXPECT_FALSE(nitf_ImageIO_readBlockPartDirect(reader->imageDeblocker, reader->input, 0, 0,
+                                                      sizeof bytes, bytes, &copied, &file.error));
+        EXPECT_NE(std::string(file.error.message).find("whole-byte"), std::string::npos)
+            << file.error.message;
+        nitf_ImageReader_destruct(&reader);
+    }
+}
+
+TEST_F(FixtureReader, BlockPartOfABlockBeyondTheImageIsRefused) {
+    OpenFile file(fixtureDir() / "nc_u8_tiled.ntf");
+    ASSERT_NE(file.record, nullptr) << file.error.message;
+    nitf_ImageReader* reader = nitf_Reader_newImageReader(file.reader, 0, nullptr, &file.error);
+    ASSERT_NE(reader, nullptr) << file.error.message;
+    uint8_t bytes[16] = {};
+    uint64_t copied = 0;
+    EXPECT_FALSE(nitf_ImageIO_readBlockPartDirect(reader->imageDeblocker, reader->input, 100000, 0,
+                                                  sizeof bytes, bytes, &copied, &file.error));
+    EXPECT_NE(std::string(file.error.message).find("out of range"), std::string::npos);
+    nitf_ImageReader_destruct(&reader);
+}
+
 TEST_F(FixtureReader, UnmaskedImageHasNoMaskInfo) {
     OpenFile file(fixtureDir() / "nc_u8_tiled.ntf");
     ASSERT_NE(file.record, nullptr);

@@ -42,6 +42,14 @@ NITF_BOOL nitf_ImageIO_setupDirectBlockRead(nitf_ImageIO* nitf, nitf_IOInterface
  * row-major over the blocks, and for IMODE S band after band. */
 uint8_t* nitf_ImageIO_readBlockDirect(nitf_ImageIO* nitf, nitf_IOInterface* io,
                                       uint32_t blockNumber, uint64_t* blockSize, nitf_Error* error);
+/* Bytes `first` to `first + count` of block `blockNumber` as readBlockDirect would give them,
+ * read straight into `destination`, for NC and NM images of whole-byte samples only (FALSE
+ * for others). The part stops at the block's end; `copied` tells how many bytes came. An
+ * absent block of a masked image gives its pad value. */
+NITF_BOOL nitf_ImageIO_readBlockPartDirect(nitf_ImageIO* nitf, nitf_IOInterface* io,
+                                           uint32_t blockNumber, uint64_t first, uint64_t count,
+                                           uint8_t* destination, uint64_t* copied,
+                                           nitf_Error* error);
 /* For masked images (IC NM, M1, M3, M4, M5, M8): the mask table's header values, the pad
  * value, and the block and pad masks (pointers into the ImageIO; blockMask has one entry per
  * block plus one, padMask one per block or NULL). FALSE for images without masks. */

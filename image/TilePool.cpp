@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -120,18 +121,31 @@ std::shared_ptr<Tile> TilePool::getTile(const tile_id& id,
         }
     }
 
-    for (const auto& [tileId, tile] : group) {
-        if (tileId == id) {
-            return tile;
-        }
-    }
-    return id.factory->errorTile();
+    return tileOf(group, id);
 }
 
 TilePool::TileFutures TilePool::queueTiles(const std::list<tile_id>& ids) {
-    return impl_->threads->queue_tasks([this, &ids] {
+    // Tiles decoded already are answered at once: a read of cached tiles wakes no worker.
+    TileFutures decoded;
+    std::list<tile_id> pending;
+    for (const tile_id& id : ids) {
+        if (decoded.count(id) != 0) {
+            continue;
+        }
+        if (std::shared_ptr<Tile> tile = decodedTile(id)) {
+            std::promise<std::shared_ptr<Tile>> ready;
+            ready.set_value(std::move(tile));
+            decoded.emplace(id, ready.get_future().share());
+        } else {
+            pending.push_back(id);
+        }
+    }
+    if (pending.empty()) {
+        return decoded;
+    }
+    TileFutures queued = impl_->threads->queue_tasks([this, &pending] {
         TileThreadPool::task_list tasks;
-        for (const tile_id& id : ids) {
+        for (const tile_id& id : pending) {
             tasks.emplace_back(id, TileThreadPool::task_type(
                                        [this, id](lumo_concurrency::execution_context& context) {
                                            return getTile(id, context);
@@ -139,6 +153,40 @@ TilePool::TileFutures TilePool::queueTiles(const std::list<tile_id>& ids) {
         }
         return tasks;
     });
+    queued.merge(decoded);
+    return queued;
+}
+
+std::shared_ptr<Tile> TilePool::decodedTile(const tile_id& id) {
+    if (id.factory == nullptr) {
+        return nullptr;
+    }
+    std::optional<TileGroup> group;
+    {
+        std::lock_guard poolLock(impl_->poolMutex);
+        group = impl_->cache.touch(id);
+    }
+    if (!group || group->empty()) {
+        return nullptr;
+    }
+    // A group being decoded holds its first tile's mutex: that one is left to a task.
+    Tile& first = *group->front().second;
+    std::unique_lock tileLock(first.getMutex(), std::try_to_lock);
+    if (!tileLock.owns_lock() || (first.getFlags() & Tile::loaded_flag) == 0) {
+        return nullptr;
+    }
+    tileLock.unlock();
+    cacheLog(id, "HIT");
+    return tileOf(*group, id);
+}
+
+std::shared_ptr<Tile> TilePool::tileOf(const TileGroup& group, const tile_id& id) {
+    for (const auto& [tileId, tile] : group) {
+        if (tileId == id) {
+            return tile;
+        }
+    }
+    return id.factory->errorTile();
 }
 
 void TilePool::waitAll(TileFutures& tiles) {

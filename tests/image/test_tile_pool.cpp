@@ -150,6 +150,60 @@ TEST(TilePool, WorkersDecodeAQueueAndWaitAllEmptiesTheMap) {
     pool->clearCache(&factory);
 }
 
+TEST(TilePool, QueuedTilesDecodedAlreadyAreReadyWithoutATask) {
+    auto pool = TilePool::makeForTesting(2, 60000);
+    TestTileFactory::Grid grid;
+    grid.blocksX = 4;
+    TestTileFactory factory(grid);
+    const tile_id first{&factory, 0, 0, 0};
+    const tile_id second{&factory, 1, 0, 0};
+    const tile_id fresh{&factory, 2, 0, 0};
+    const tile_id another{&factory, 3, 0, 0};
+    auto decoded = pool->queueTiles({first, second});
+    pool->waitAll(decoded);
+    ASSERT_EQ(factory.behaviour.loads, 2);
+
+    // Every load now waits at the gate: only tiles that need decoding can be held up. Two of
+    // them, so that they go to the workers rather than run here.
+    factory.behaviour.close();
+    auto futures = pool->queueTiles({first, second, fresh, another});
+    ASSERT_EQ(futures.size(), 4u);
+    EXPECT_EQ(futures[first].wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    EXPECT_EQ(futures[second].wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    EXPECT_EQ(futures[first].get()->getBuffer()[0], tile_test::TestTile::valueOf(first));
+    EXPECT_TRUE(eventually([&] { return factory.behaviour.waiting == 2; }));
+    EXPECT_NE(futures[fresh].wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    factory.behaviour.open();
+    EXPECT_EQ(futures[fresh].get()->getBuffer()[0], tile_test::TestTile::valueOf(fresh));
+    pool->waitAll(futures);
+    EXPECT_EQ(factory.behaviour.loads, 4);
+    pool->clearCache(&factory);
+}
+
+TEST(TilePool, GroupsBeingDecodedAreLeftToTheirTasksAndDecodeOnce) {
+    auto pool = TilePool::makeForTesting(2, 60000);
+    TestTileFactory factory({});
+    const tile_id first{&factory, 0, 0, 0};
+    const tile_id second{&factory, 1, 0, 0};
+    factory.behaviour.close();
+    auto loading = pool->queueTiles({first, second});
+    ASSERT_TRUE(eventually([&] { return factory.behaviour.waiting == 2; }));
+
+    // The groups are cached but not decoded: the second request waits for the first.
+    auto again = pool->queueTiles({first, second});
+    for (auto& [id, future] : again) {
+        EXPECT_NE(future.wait_for(std::chrono::milliseconds(20)), std::future_status::ready);
+    }
+    factory.behaviour.open();
+    for (auto& [id, future] : again) {
+        EXPECT_EQ(future.get(), loading[id].get());
+    }
+    pool->waitAll(loading);
+    pool->waitAll(again);
+    EXPECT_EQ(factory.behaviour.loads, 2);
+    pool->clearCache(&factory);
+}
+
 TEST(TilePool, WorkerThreadsCarryThePoolsName) {
     auto pool = TilePool::makeForTesting(2, 60000);
     ASSERT_EQ(pool->numThreads(), 2u);

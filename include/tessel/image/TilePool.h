@@ -53,6 +53,11 @@ private:
     // From the options, for the process-wide pool.
     TilePool();
     TilePool(int threads, int ttlMilliseconds);
+
+    // The cached tile of `id` when its group is decoded already; nothing otherwise.
+    std::shared_ptr<Tile> decodedTile(const tile_id& id);
+    // The tile of `id` in its group, or the factory's error tile.
+    static std::shared_ptr<Tile> tileOf(const TileGroup& group, const tile_id& id);
     std::unique_ptr<Impl> impl_;
 };
 

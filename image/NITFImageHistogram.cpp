@@ -57,7 +57,7 @@ void accumulateSamples(const uint8_t* samples, size_t count, Accumulator& accumu
         std::memcpy(&sample, samples + i * sizeof(Sample), sizeof(Sample));
         const auto value = static_cast<double>(sample);
         const double b = std::floor((value + mapping.offset) * mapping.scale);
-        if (b <= 0 || b > lastBin) {
+        if (!(b > 0 && b <= lastBin)) {  // NaN included
             continue;
         }
         ++bins[static_cast<size_t>(b)];
@@ -283,7 +283,9 @@ bool NITFImage::calculateHistogramInternal(int band, Histogram& histogram) {
     const double valueRange = histogram.max - histogram.min;
     histogram.scale = valueRange < 2048 ? 1.0 : 2048 / valueRange;
     histogram.offset = -histogram.min;
-    histogram.bins.assign(static_cast<size_t>(valueRange * histogram.scale), 0);
+    // 32-bit signed samples preset an empty range (max below min): no bins then.
+    const double binCount = valueRange * histogram.scale;
+    histogram.bins.assign(binCount >= 1 ? static_cast<size_t>(binCount) : 0, 0);
     const BinMapping mapping{histogram.offset, histogram.scale};
     Accumulator accumulator;
     try {

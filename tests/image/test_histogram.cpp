@@ -127,6 +127,26 @@ TEST(Histogram, SignedSamplesAreCountedWithTheirSign) {
     EXPECT_EQ(histogram.bins.size(), 2048u);
 }
 
+// The preset range of 32-bit signed samples is empty (its shift is 32-bit), so there are
+// no bins to count into: the histogram must come out empty rather than fail to allocate.
+TEST(Histogram, ThirtyTwoBitSignedSamplesGiveNoBins) {
+    file_test::TempDir dir;
+    image_test::Grid grid = grid8(8, 8, [](uint32_t column, uint32_t, uint32_t) {
+        return static_cast<uint64_t>(static_cast<uint32_t>(int32_t{-3} + int32_t(column)));
+    });
+    grid.nbpp = 32;
+    grid.pvtype = "SI";
+    const auto opened = openGrid(dir, grid);
+    ASSERT_EQ(opened->getPixelType(), lumo_pixel::signed_integer);
+    NITFImage::Histogram histogram;
+    ASSERT_TRUE(opened->calculateHistogram(0, histogram));
+    EXPECT_TRUE(histogram.bins.empty());
+    // Nothing was counted, so the statistics are those of no samples.
+    EXPECT_EQ(histogram.min, 0.0);
+    EXPECT_EQ(histogram.max, 0.0);
+    EXPECT_EQ(histogram.mean, 0.0);
+}
+
 TEST(Histogram, RealSamplesAreRefusedWithTheirPresetRange) {
     file_test::TempDir dir;
     image_test::Grid grid = constant8(8, 0);

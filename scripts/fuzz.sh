@@ -1,22 +1,29 @@
 #!/usr/bin/env bash
-# Fuzzes the record reader: builds the "fuzz" preset (clang, ASan + UBSan, libFuzzer),
-# seeds a corpus under build/fuzz/ from the shared NITF files (or, without them, the demo
-# sample), and runs fuzz_reader for SECONDS (default 60). Fails on any crash, leak,
-# timeout or out-of-memory; the input that caused it is left in build/fuzz/reader/artifacts/.
+# Fuzzes one target: builds the "fuzz" preset (clang, ASan + UBSan, libFuzzer), seeds a
+# corpus under build/fuzz/TARGET/ from the shared NITF files (or, without them, the demo
+# sample), and runs fuzz_TARGET for SECONDS (default 60). TARGET is "reader" (the record
+# reader, the default) or "image" (opening a file and reading its images). Fails on any
+# crash, leak, timeout or out-of-memory; the input that caused it is left in
+# build/fuzz/TARGET/artifacts/.
 #
-# usage: scripts/fuzz.sh [SECONDS]
+# usage: scripts/fuzz.sh [SECONDS] [TARGET]
 set -euo pipefail
 
 seconds="${1:-60}"
+target="${2:-reader}"
+case "$target" in
+    reader | image) ;;
+    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image)" >&2; exit 2 ;;
+esac
 root="$(cd "$(dirname "$0")/.." && pwd)"
 shared="$root/../shared"
-work="$root/build/fuzz/reader"
+work="$root/build/fuzz/$target"
 corpus="$work/corpus"
 artifacts="$work/artifacts"
 
 cd "$root"
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz --target fuzz_reader tessel_sample
+cmake --build --preset fuzz --target "fuzz_$target" tessel_sample
 
 mkdir -p "$corpus" "$artifacts"
 
@@ -45,6 +52,6 @@ echo "fuzz.sh: $(ls "$corpus" | wc -l) inputs in $corpus; fuzzing for $seconds s
 
 export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}"
 export UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}"
-"$root/build/fuzz/tests/fuzz/fuzz_reader" \
+"$root/build/fuzz/tests/fuzz/fuzz_$target" \
     -max_len=1048576 -rss_limit_mb=4096 -timeout=10 -max_total_time="$seconds" \
     -print_final_stats=1 -artifact_prefix="$artifacts/" "$corpus"

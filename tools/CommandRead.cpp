@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tessel/image/NITFImage.h"
+#include "tessel/image/TilePool.h"
 #include "tools/Commands.h"
 #include "tools/ImageSupport.h"
 #include "tools/RasterOutput.h"
@@ -102,6 +103,8 @@ uint32_t stripRowsFor(const ReadRequest& request, uint32_t bytesPerSample, uint3
     uint64_t rows = std::max<uint64_t>(1, strip_bytes / std::max<uint64_t>(rowBytes, 1));
     if (blockHeight > 0 && rows >= blockHeight) {
         rows -= rows % blockHeight;  // whole blocks: no tile is fetched by two strips
+    } else if (blockHeight > 0 && uint64_t{blockHeight} * rowBytes <= 4 * strip_bytes) {
+        rows = blockHeight;  // a row of blocks, when it isn't much more than a strip
     }
     return static_cast<uint32_t>(std::min<uint64_t>(rows, request.outHeight));
 }
@@ -128,6 +131,17 @@ private:
     bool shown_;
 };
 
+// One pass reads no block twice once a strip has passed it: the tiles of blocks that end
+// with the strip would only wait in the tile pool for their time to live, and a fast read of
+// a large image would hold most of it. They are dropped when the strip ends on a block's
+// last row.
+void dropFinishedTiles(const Tessel::NITFImage& image, uint64_t sourceEnd) {
+    const uint32_t blockHeight = image.getBlockHeight();
+    if (blockHeight > 0 && sourceEnd % blockHeight == 0) {
+        Tessel::TilePool::get()->clearCache(image.getTileFactory());
+    }
+}
+
 void readInStrips(const Tessel::NITFImage& image, const ReadRequest& request, uint32_t stripRows,
                   RasterWriter& writer) {
     const uint64_t height = request.height;
@@ -146,6 +160,9 @@ void readInStrips(const Tessel::NITFImage& image, const ReadRequest& request, ui
                                      std::to_string(last - 1) + " failed");
         }
         writer.writeRows(static_cast<uint32_t>(first), rows, buffer.data());
+        if (last < outHeight) {
+            dropFinishedTiles(image, request.y + sourceFirst + sourceRows);
+        }
         progress.show(last, outHeight);
     }
 }
@@ -227,7 +244,9 @@ Command readCommand() {
             "the band's colour map when it has one) or of three bands (RGB); other band\n"
             "counts are refused. Images are read in strips of about 32 MB (--strip-rows sets\n"
             "the output rows of a strip), except that a read resampled in height is read at\n"
-            "once; a progress bar shows on a terminal.",
+            "once; the tiles of blocks that a strip finishes are dropped once it is written,\n"
+            "so that memory stays within a strip and the block pool. A progress bar shows\n"
+            "on a terminal.",
             runRead};
 }
 

@@ -8,16 +8,16 @@
 
 namespace tessel_nitf {
 
-struct FieldSpec {
+struct FieldEntry {
     size_t offset;
     size_t length;
     nitf_FieldType type;
 };
 
-using FieldTable = std::initializer_list<FieldSpec>;
+using FieldTable = std::initializer_list<FieldEntry>;
 
 #define TESSEL_FIELD(Struct, member, width, kind) \
-    tessel_nitf::FieldSpec {                      \
+    tessel_nitf::FieldEntry {                     \
         offsetof(Struct, member), width, kind     \
     }
 

@@ -173,20 +173,20 @@ TEST(TilePoolConcurrency, UncompressedImagesOfOneFileReadInParallel) {
     file_test::TempDir dir;
     image_test::ImageFileBuilder builder;
     for (int image = 0; image < 2; ++image) {
-        image_test::ImageSpec spec;
-        spec.rows = 32;
-        spec.cols = 32;
-        spec.nbpr = 4;
-        spec.nbpc = 4;
-        spec.nppbh = 8;
-        spec.nppbv = 8;
-        spec.bands = image_test::bands(2);
+        image_test::ImageLayout layout;
+        layout.rows = 32;
+        layout.cols = 32;
+        layout.nbpr = 4;
+        layout.nbpc = 4;
+        layout.nppbh = 8;
+        layout.nppbv = 8;
+        layout.bands = image_test::bands(2);
         for (int block = 0; block < 16; ++block) {
             for (int band = 0; band < 2; ++band) {
-                spec.data += std::string(64, static_cast<char>(image * 100 + block * 2 + band));
+                layout.data += std::string(64, static_cast<char>(image * 100 + block * 2 + band));
             }
         }
-        builder.add(spec);
+        builder.add(layout);
     }
     const auto path = dir / "two.ntf";
     builder.write(path);

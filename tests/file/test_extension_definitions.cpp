@@ -119,9 +119,9 @@ protected:
     static void SetUpTestSuite() { Tessel::NITFFactory::get(); }
 
     // Writes the file and opens it; the test fails when it doesn't open.
-    void open(const dictionary_test::FileSpec& spec) {
+    void open(const dictionary_test::FileLayout& layout) {
         const fs::path path = dir_ / ("file" + std::to_string(++files_) + ".ntf");
-        file_test::writeFile(path, dictionary_test::buildFile(spec));
+        file_test::writeFile(path, dictionary_test::buildFile(layout));
         Tessel::NITFMessages messages;
         context_ = std::make_unique<Tessel::NITFFileContext>(
             Tessel::NITFFactory::get().open(file_test::uriOf(path), messages));
@@ -129,16 +129,16 @@ protected:
     }
 
     void openWithImageTre(const std::string& tag, const std::string& data) {
-        dictionary_test::FileSpec spec;
-        spec.images.emplace_back();
-        spec.images[0].extended = {{tag, data}};
-        open(spec);
+        dictionary_test::FileLayout layout;
+        layout.images.emplace_back();
+        layout.images[0].extended = {{tag, data}};
+        open(layout);
     }
 
     void openWithDes(const std::string& tag, const std::string& fields) {
-        dictionary_test::FileSpec spec;
-        spec.des.push_back({tag, fields, "body", "", 0});
-        open(spec);
+        dictionary_test::FileLayout layout;
+        layout.des.push_back({tag, fields, "body", "", 0});
+        open(layout);
     }
 
     any_type::value value(std::string_view path) {
@@ -622,11 +622,11 @@ TEST_F(Extensions, RealBandDescriptionAgreesWithGdal) {
     const std::string bytes = file_test::readFile(source);
     ASSERT_EQ(bytes.substr(0, 6), "BANDSB");
     const std::string data = bytes.substr(11, std::stoul(bytes.substr(6, 5)));
-    dictionary_test::FileSpec spec;
-    spec.images.emplace_back();
-    spec.images[0].extended = {{"BANDSB", data}};
+    dictionary_test::FileLayout layout;
+    layout.images.emplace_back();
+    layout.images[0].extended = {{"BANDSB", data}};
     const fs::path path = dir_ / "bandsb.ntf";
-    file_test::writeFile(path, dictionary_test::buildFile(spec));
+    file_test::writeFile(path, dictionary_test::buildFile(layout));
     Tessel::NITFMessages messages;
     context_ = std::make_unique<Tessel::NITFFileContext>(
         Tessel::NITFFactory::get().open(file_test::uriOf(path), messages));

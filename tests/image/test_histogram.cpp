@@ -166,9 +166,9 @@ TEST(Histogram, StatisticsComeFromTheActualBits) {
     file_test::TempDir dir;
     image_test::Grid grid = constant8(8, 0);
     grid.nbpp = 16;
-    image_test::ImageSpec spec = image_test::gridSpec(grid);
-    spec.abpp = 11;
-    image_test::ImageFileBuilder().add(spec).write(dir / "a.ntf");
+    image_test::ImageLayout layout = image_test::gridLayout(grid);
+    layout.abpp = 11;
+    image_test::ImageFileBuilder().add(layout).write(dir / "a.ntf");
     const auto opened = image_test::openImage(dir / "a.ntf");
     double min = -1, max = -1, mean = -1, stddev = -1;
     ASSERT_TRUE(opened->calculateStatistics(0, min, max, mean, stddev));

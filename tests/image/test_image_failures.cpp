@@ -79,11 +79,11 @@ void registerBrokenMaker() {
 
 image_test::OpenImage openBroken(const file_test::TempDir& dir, const std::string& category) {
     registerBrokenMaker();
-    image_test::ImageSpec spec = image_test::gridSpec(image_test::Grid{});
-    spec.ic = "C1";  // no codec of the library serves it, so the test maker is asked
-    spec.comrat = "1.0";
-    spec.icat = category;
-    image_test::ImageFileBuilder().add(spec).write(dir / "a.ntf");
+    image_test::ImageLayout layout = image_test::gridLayout(image_test::Grid{});
+    layout.ic = "C1";  // no codec of the library serves it, so the test maker is asked
+    layout.comrat = "1.0";
+    layout.icat = category;
+    image_test::ImageFileBuilder().add(layout).write(dir / "a.ntf");
     return image_test::openImage(dir / "a.ntf");
 }
 
@@ -116,12 +116,12 @@ TEST(ImageFailures, ZeroBlockSizeRefusesRegionsAndHistograms) {
     // A factory geometry with zero-sized blocks can only come from a codec; the error
     // factory of an image with NPPBH 0 and NCOLS 0 has it.
     file_test::TempDir dir;
-    image_test::ImageSpec spec = image_test::gridSpec(image_test::Grid{});
-    spec.cols = 0;
-    spec.nppbh = 0;
-    spec.ic = "C1";
-    spec.comrat = "1.0";
-    image_test::ImageFileBuilder().add(spec).write(dir / "a.ntf");
+    image_test::ImageLayout layout = image_test::gridLayout(image_test::Grid{});
+    layout.cols = 0;
+    layout.nppbh = 0;
+    layout.ic = "C1";
+    layout.comrat = "1.0";
+    image_test::ImageFileBuilder().add(layout).write(dir / "a.ntf");
     const auto opened = image_test::openImage(dir / "a.ntf");
     if (!opened.image || opened->getBlockWidth() != 0) {
         GTEST_SKIP() << "this file doesn't give a zero block width";

@@ -11,9 +11,9 @@
 #include "tessel/file/NITFFileContext.h"
 #include "tessel/platform/nitf.h"
 
-using image_test::BandSpec;
+using image_test::BandLayout;
 using image_test::ImageFileBuilder;
-using image_test::ImageSpec;
+using image_test::ImageLayout;
 
 namespace {
 
@@ -24,35 +24,35 @@ uint64_t fieldValue(nitf_Field* field) {
     return value;
 }
 
-ImageSpec twoImagesFirst() {
-    ImageSpec spec;
-    spec.rows = 5;
-    spec.cols = 7;
-    spec.nbpp = 16;
-    spec.abpp = 12;
-    spec.imode = "P";
-    spec.bands = {image_test::band("R"), image_test::band("G"), image_test::band("B")};
-    spec.irep = "RGB";
-    spec.data = std::string(5 * 7 * 3 * 2, '\x01');
-    return spec;
+ImageLayout twoImagesFirst() {
+    ImageLayout layout;
+    layout.rows = 5;
+    layout.cols = 7;
+    layout.nbpp = 16;
+    layout.abpp = 12;
+    layout.imode = "P";
+    layout.bands = {image_test::band("R"), image_test::band("G"), image_test::band("B")};
+    layout.irep = "RGB";
+    layout.data = std::string(5 * 7 * 3 * 2, '\x01');
+    return layout;
 }
 
-ImageSpec twoImagesSecond() {
-    ImageSpec spec;
-    spec.iid1 = "SECOND";
-    spec.rows = 8;
-    spec.cols = 8;
-    spec.nbpr = 2;
-    spec.nbpc = 2;
-    spec.nppbh = 4;
-    spec.nppbv = 4;
-    BandSpec lut = image_test::band("LU");
+ImageLayout twoImagesSecond() {
+    ImageLayout layout;
+    layout.iid1 = "SECOND";
+    layout.rows = 8;
+    layout.cols = 8;
+    layout.nbpr = 2;
+    layout.nbpc = 2;
+    layout.nppbh = 4;
+    layout.nppbv = 4;
+    BandLayout lut = image_test::band("LU");
     lut.luts = {std::vector<uint8_t>(256, 7)};
-    spec.bands = {lut};
-    spec.irep = "MONO";
-    spec.tres = {image_test::rawTre("TESTAA", "hello")};
-    spec.data = std::string(64, '\x02');
-    return spec;
+    layout.bands = {lut};
+    layout.irep = "MONO";
+    layout.tres = {image_test::rawTre("TESTAA", "hello")};
+    layout.data = std::string(64, '\x02');
+    return layout;
 }
 
 }  // namespace

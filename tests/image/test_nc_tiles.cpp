@@ -8,7 +8,7 @@
 #include "tessel/image/Tile.h"
 
 using image_test::ImageFileBuilder;
-using image_test::ImageSpec;
+using image_test::ImageLayout;
 using tile_test::OpenImage;
 using tile_test::tileAt;
 using tile_test::tileBytes;
@@ -37,24 +37,24 @@ bool allBytesAre(const std::vector<uint8_t>& bytes, uint8_t value) {
 
 // An 8-bit single-band image of `blocksX` blocks of 4 x 2 in one row, IMODE B, each block's
 // bytes its index + 1.
-ImageSpec rowOfBlocks(uint32_t blocksX) {
-    ImageSpec spec;
-    spec.rows = 2;
-    spec.cols = 4 * blocksX;
-    spec.nbpr = blocksX;
-    spec.nbpc = 1;
-    spec.nppbh = 4;
-    spec.nppbv = 2;
+ImageLayout rowOfBlocks(uint32_t blocksX) {
+    ImageLayout layout;
+    layout.rows = 2;
+    layout.cols = 4 * blocksX;
+    layout.nbpr = blocksX;
+    layout.nbpc = 1;
+    layout.nppbh = 4;
+    layout.nppbv = 2;
     for (uint32_t b = 0; b < blocksX; ++b) {
-        spec.data += std::string(8, static_cast<char>(b + 1));
+        layout.data += std::string(8, static_cast<char>(b + 1));
     }
-    return spec;
+    return layout;
 }
 
 // The same as NM with a block mask in which block `missing` is absent.
-ImageSpec maskedRowOfBlocks(uint32_t blocksX, uint32_t missing, bool withPad, uint8_t pad) {
-    ImageSpec spec = rowOfBlocks(blocksX);
-    spec.ic = "NM";
+ImageLayout maskedRowOfBlocks(uint32_t blocksX, uint32_t missing, bool withPad, uint8_t pad) {
+    ImageLayout layout = rowOfBlocks(blocksX);
+    layout.ic = "NM";
     std::vector<uint32_t> offsets;
     std::string blocks;
     for (uint32_t b = 0; b < blocksX; ++b) {
@@ -65,15 +65,15 @@ ImageSpec maskedRowOfBlocks(uint32_t blocksX, uint32_t missing, bool withPad, ui
         offsets.push_back(static_cast<uint32_t>(blocks.size()));
         blocks += std::string(8, static_cast<char>(b + 1));
     }
-    spec.data = image_test::blockMaskTable(offsets, withPad, pad) + blocks;
-    return spec;
+    layout.data = image_test::blockMaskTable(offsets, withPad, pad) + blocks;
+    return layout;
 }
 
 class NCTiles : public ::testing::Test {
 protected:
-    std::filesystem::path write(const ImageSpec& spec, const std::string& name = "image.ntf") {
+    std::filesystem::path write(const ImageLayout& layout, const std::string& name = "image.ntf") {
         const auto path = dir_ / name;
-        ImageFileBuilder().add(spec).write(path);
+        ImageFileBuilder().add(layout).write(path);
         return path;
     }
 
@@ -83,19 +83,19 @@ protected:
 }  // namespace
 
 TEST_F(NCTiles, SixteenBitPixelInterleavedBandOneYieldsEveryThirdElementSwapped) {
-    ImageSpec spec;
-    spec.rows = 2;
-    spec.cols = 2;
-    spec.nbpp = 16;
-    spec.abpp = 16;
-    spec.imode = "P";
-    spec.bands = image_test::bands(3);
+    ImageLayout layout;
+    layout.rows = 2;
+    layout.cols = 2;
+    layout.nbpp = 16;
+    layout.abpp = 16;
+    layout.imode = "P";
+    layout.bands = image_test::bands(3);
     std::vector<uint16_t> samples;
     for (uint16_t i = 0; i < 12; ++i) {
         samples.push_back(static_cast<uint16_t>(0x1100 * i + 0x23));
     }
-    spec.data = bigEndian16(samples);
-    OpenImage image(write(spec));
+    layout.data = bigEndian16(samples);
+    OpenImage image(write(layout));
     const auto& factory = image.factory();
     ASSERT_EQ(factory.getNumBands(), 3u);
     EXPECT_EQ(factory.getBlockBytes(), 8u);
@@ -106,34 +106,35 @@ TEST_F(NCTiles, SixteenBitPixelInterleavedBandOneYieldsEveryThirdElementSwapped)
 }
 
 TEST_F(NCTiles, BandSequentialBlocksReadEachBandOfTheBlock) {
-    ImageSpec spec;
-    spec.rows = 2;
-    spec.cols = 4;
-    spec.nbpr = 2;
-    spec.nppbh = 2;
-    spec.nppbv = 2;
-    spec.imode = "B";
-    spec.bands = image_test::bands(2);
+    ImageLayout layout;
+    layout.rows = 2;
+    layout.cols = 4;
+    layout.nbpr = 2;
+    layout.nppbh = 2;
+    layout.nppbv = 2;
+    layout.imode = "B";
+    layout.bands = image_test::bands(2);
     // Block 0: band 0 then band 1; block 1 likewise.
-    spec.data = std::string("\x01\x02\x03\x04\x11\x12\x13\x14\x21\x22\x23\x24\x31\x32\x33\x34", 16);
-    OpenImage image(write(spec));
+    layout.data =
+        std::string("\x01\x02\x03\x04\x11\x12\x13\x14\x21\x22\x23\x24\x31\x32\x33\x34", 16);
+    OpenImage image(write(layout));
     EXPECT_EQ(tileBytes(image.factory(), 0, 0, 1), (std::vector<uint8_t>{0x11, 0x12, 0x13, 0x14}));
     EXPECT_EQ(tileBytes(image.factory(), 1, 0, 0), (std::vector<uint8_t>{0x21, 0x22, 0x23, 0x24}));
     EXPECT_EQ(tileBytes(image.factory(), 1, 0, 1), (std::vector<uint8_t>{0x31, 0x32, 0x33, 0x34}));
 }
 
 TEST_F(NCTiles, PackedBandSequentialBlocksStartEachBandOnAByte) {
-    ImageSpec spec;
-    spec.rows = 3;
-    spec.cols = 3;
-    spec.nbpp = 1;
-    spec.abpp = 1;
-    spec.imode = "B";
-    spec.bands = image_test::bands(2);
+    ImageLayout layout;
+    layout.rows = 3;
+    layout.cols = 3;
+    layout.nbpp = 1;
+    layout.abpp = 1;
+    layout.imode = "B";
+    layout.bands = image_test::bands(2);
     // Nine bits a band: band 0 is 1 0 1 / 0 1 0 / 1 0 1 and fills two bytes; band 1,
     // 0 1 0 / 1 0 1 / 0 1 0, begins with the third byte.
-    spec.data = std::string("\xAA\x80\x55\x00", 4);
-    OpenImage image(write(spec));
+    layout.data = std::string("\xAA\x80\x55\x00", 4);
+    OpenImage image(write(layout));
     EXPECT_EQ(tileBytes(image.factory(), 0, 0, 0),
               (std::vector<uint8_t>{1, 0, 1, 0, 1, 0, 1, 0, 1}));
     EXPECT_EQ(tileBytes(image.factory(), 0, 0, 1),
@@ -141,16 +142,17 @@ TEST_F(NCTiles, PackedBandSequentialBlocksStartEachBandOnAByte) {
 }
 
 TEST_F(NCTiles, BandSequentialImagesNumberBlocksBandAfterBand) {
-    ImageSpec spec;
-    spec.rows = 2;
-    spec.cols = 4;
-    spec.nbpr = 2;
-    spec.nppbh = 2;
-    spec.nppbv = 2;
-    spec.imode = "S";
-    spec.bands = image_test::bands(2);
-    spec.data = std::string("\x01\x01\x01\x01\x02\x02\x02\x02\x03\x03\x03\x03\x04\x04\x04\x04", 16);
-    OpenImage image(write(spec));
+    ImageLayout layout;
+    layout.rows = 2;
+    layout.cols = 4;
+    layout.nbpr = 2;
+    layout.nppbh = 2;
+    layout.nppbv = 2;
+    layout.imode = "S";
+    layout.bands = image_test::bands(2);
+    layout.data =
+        std::string("\x01\x01\x01\x01\x02\x02\x02\x02\x03\x03\x03\x03\x04\x04\x04\x04", 16);
+    OpenImage image(write(layout));
     const auto* nitf = image.nitfFactory();
     ASSERT_NE(nitf, nullptr);
     ASSERT_EQ(nitf->getBlockTable().size(), 4u);
@@ -200,11 +202,11 @@ TEST_F(NCTiles, MaskedImageBlockTableFollowsTheMask) {
 }
 
 TEST_F(NCTiles, RowInterleavedImagesGiveFailedTiles) {
-    ImageSpec spec = rowOfBlocks(2);
-    spec.imode = "R";
-    spec.bands = image_test::bands(2);
-    spec.data = std::string(32, '\x05');
-    OpenImage image(write(spec));
+    ImageLayout layout = rowOfBlocks(2);
+    layout.imode = "R";
+    layout.bands = image_test::bands(2);
+    layout.data = std::string(32, '\x05');
+    OpenImage image(write(layout));
     for (uint32_t band = 0; band < 2; ++band) {
         const auto tile = tileAt(image.factory(), 1, 0, band);
         EXPECT_TRUE(tile->isFailed());
@@ -222,19 +224,19 @@ TEST_F(NCTiles, WriteModeImagesGiveErrorTiles) {
 }
 
 TEST_F(NCTiles, TruncatedImageDataGivesFailedTilesForTheMissingBlocks) {
-    ImageSpec spec = rowOfBlocks(3);
-    spec.data.resize(12);  // block 0 whole, block 1 cut, block 2 gone
-    OpenImage image(write(spec));
+    ImageLayout layout = rowOfBlocks(3);
+    layout.data.resize(12);  // block 0 whole, block 1 cut, block 2 gone
+    OpenImage image(write(layout));
     EXPECT_FALSE(tileAt(image.factory(), 0, 0, 0)->isFailed());
     EXPECT_TRUE(tileAt(image.factory(), 1, 0, 0)->isFailed());
     EXPECT_TRUE(allBytesAre(tileBytes(image.factory(), 2, 0, 0), 0xFF));
 }
 
 TEST_F(NCTiles, MaskOffsetsOutsideTheFileGiveFailedTiles) {
-    ImageSpec spec = rowOfBlocks(2);
-    spec.ic = "NM";
-    spec.data = image_test::blockMaskTable({0, 0x7FFFFFF0}, false) + std::string(8, '\x01');
-    OpenImage image(write(spec));
+    ImageLayout layout = rowOfBlocks(2);
+    layout.ic = "NM";
+    layout.data = image_test::blockMaskTable({0, 0x7FFFFFF0}, false) + std::string(8, '\x01');
+    OpenImage image(write(layout));
     EXPECT_EQ(tileBytes(image.factory(), 0, 0, 0), std::vector<uint8_t>(8, 1));
     const auto tile = tileAt(image.factory(), 1, 0, 0);
     EXPECT_TRUE(tile->isFailed());
@@ -242,10 +244,10 @@ TEST_F(NCTiles, MaskOffsetsOutsideTheFileGiveFailedTiles) {
 }
 
 TEST_F(NCTiles, MaskTableCutShortGivesFailedTilesAndNoCrash) {
-    ImageSpec spec = rowOfBlocks(2);
-    spec.ic = "NM";
-    spec.data = std::string("\x00\x00\x00\x20\x00\x04", 6);
-    OpenImage image(write(spec));
+    ImageLayout layout = rowOfBlocks(2);
+    layout.ic = "NM";
+    layout.data = std::string("\x00\x00\x00\x20\x00\x04", 6);
+    OpenImage image(write(layout));
     for (uint32_t x = 0; x < image.factory().getBlocksX(); ++x) {
         EXPECT_TRUE(tileAt(image.factory(), x, 0, 0)->isFailed());
     }
@@ -257,10 +259,10 @@ TEST_F(NCTiles, BitsPerPixelRoundAndZeroGivesNoBytes) {
     const std::pair<uint32_t, std::pair<uint32_t, uint32_t>> cases[] = {
         {12, {16, 2}}, {1, {1, 1}}, {0, {0, 0}}, {8, {8, 1}}, {32, {32, 4}}};
     for (const auto& [nbpp, expected] : cases) {
-        ImageSpec spec = rowOfBlocks(1);
-        spec.nbpp = nbpp;
-        spec.abpp = std::min<uint32_t>(nbpp, 8);
-        OpenImage image(write(spec, "nbpp" + std::to_string(nbpp) + ".ntf"), options);
+        ImageLayout layout = rowOfBlocks(1);
+        layout.nbpp = nbpp;
+        layout.abpp = std::min<uint32_t>(nbpp, 8);
+        OpenImage image(write(layout, "nbpp" + std::to_string(nbpp) + ".ntf"), options);
         EXPECT_EQ(image.factory().getBitsPerPixel(), expected.first) << nbpp;
         EXPECT_EQ(image.factory().getBytesPerPixel(), expected.second) << nbpp;
         EXPECT_EQ(image.factory().getBlockBytes(), 8u * expected.second) << nbpp;
@@ -270,14 +272,14 @@ TEST_F(NCTiles, BitsPerPixelRoundAndZeroGivesNoBytes) {
 TEST_F(NCTiles, ZeroBlocksPerRowAndPixelsPerBlockMeanTheWholeWidth) {
     Tessel::ImageOptions options;
     options.mode = Tessel::ImageOptions::write_mode;
-    ImageSpec spec;
-    spec.rows = 3;
-    spec.cols = 5;
-    spec.nbpr = 0;
-    spec.nppbh = 0;
-    spec.nppbv = 0;
-    spec.data = std::string(15, '\x01');
-    OpenImage image(write(spec), options);
+    ImageLayout layout;
+    layout.rows = 3;
+    layout.cols = 5;
+    layout.nbpr = 0;
+    layout.nppbh = 0;
+    layout.nppbv = 0;
+    layout.data = std::string(15, '\x01');
+    OpenImage image(write(layout), options);
     EXPECT_EQ(image.factory().getBlocksX(), 1u);
     EXPECT_EQ(image.factory().getBlockWidth(), 5u);
     EXPECT_EQ(image.factory().getBlockHeight(), 3u);
@@ -285,9 +287,9 @@ TEST_F(NCTiles, ZeroBlocksPerRowAndPixelsPerBlockMeanTheWholeWidth) {
 }
 
 TEST_F(NCTiles, SingleBlockTableHasTheDataLength) {
-    ImageSpec spec = rowOfBlocks(1);
-    spec.data += "extra";
-    OpenImage image(write(spec));
+    ImageLayout layout = rowOfBlocks(1);
+    layout.data += "extra";
+    OpenImage image(write(layout));
     const auto* nitf = image.nitfFactory();
     ASSERT_NE(nitf, nullptr);
     ASSERT_EQ(nitf->getBlockTable().size(), 1u);
@@ -296,10 +298,10 @@ TEST_F(NCTiles, SingleBlockTableHasTheDataLength) {
 }
 
 TEST_F(NCTiles, UndecodableCompressionOpensAndReadsBlankTiles) {
-    ImageSpec spec = rowOfBlocks(2);
-    spec.ic = "C1";
-    spec.comrat = "    ";
-    OpenImage image(write(spec));
+    ImageLayout layout = rowOfBlocks(2);
+    layout.ic = "C1";
+    layout.comrat = "    ";
+    OpenImage image(write(layout));
     const auto& factory = image.factory();
     EXPECT_EQ(factory.getWidth(), 8u);
     EXPECT_EQ(factory.getBlocksX(), 2u);
@@ -311,10 +313,10 @@ TEST_F(NCTiles, UndecodableCompressionOpensAndReadsBlankTiles) {
 
 TEST_F(NCTiles, ImodeXOrZGivesNoBlockTableAndNoError) {
     for (const char* mode : {"X", "Z"}) {
-        ImageSpec spec = rowOfBlocks(2);
-        spec.ic = "C1";
-        spec.imode = mode;
-        OpenImage image(write(spec, std::string(mode) + ".ntf"));
+        ImageLayout layout = rowOfBlocks(2);
+        layout.ic = "C1";
+        layout.imode = mode;
+        OpenImage image(write(layout, std::string(mode) + ".ntf"));
         const auto* nitf = image.nitfFactory();
         ASSERT_NE(nitf, nullptr);
         EXPECT_TRUE(nitf->getBlockTable().empty()) << mode;
@@ -322,10 +324,10 @@ TEST_F(NCTiles, ImodeXOrZGivesNoBlockTableAndNoError) {
 }
 
 TEST_F(NCTiles, UnknownImodeStopsTheImage) {
-    ImageSpec spec = rowOfBlocks(1);
-    spec.imode = "Q";
+    ImageLayout layout = rowOfBlocks(1);
+    layout.imode = "Q";
     try {
-        OpenImage image(write(spec));
+        OpenImage image(write(layout));
         FAIL() << "the image opened";
     } catch (const std::runtime_error& error) {
         EXPECT_STREQ(error.what(), "IMODE is not defined");

@@ -19,19 +19,19 @@
 
 using namespace Tessel;
 using image_test::ImageFileBuilder;
-using image_test::ImageSpec;
+using image_test::ImageLayout;
 
 namespace {
 
-ImageSpec smallSpec() {
+ImageLayout smallLayout() {
     image_test::Grid grid;
     grid.sample = [](uint32_t, uint32_t row, uint32_t column) { return row * 8 + column; };
-    return image_test::gridSpec(grid);
+    return image_test::gridLayout(grid);
 }
 
-image_test::OpenImage openSpec(const file_test::TempDir& dir, const ImageSpec& spec,
-                               const std::string& name = "a.ntf") {
-    ImageFileBuilder().add(spec).write(dir / name);
+image_test::OpenImage openLayout(const file_test::TempDir& dir, const ImageLayout& layout,
+                                 const std::string& name = "a.ntf") {
+    ImageFileBuilder().add(layout).write(dir / name);
     return image_test::openImage(dir / name);
 }
 
@@ -45,10 +45,10 @@ std::shared_ptr<NITFImage> construct(const std::shared_ptr<NITFFile>& file, NITF
 
 TEST(NITFImage, GettersComeFromTheSubheaderAndTheFactory) {
     file_test::TempDir dir;
-    ImageSpec spec = smallSpec();
-    spec.icat = " SAR ";
-    spec.irep = "MONO";
-    const auto opened = openSpec(dir, spec);
+    ImageLayout layout = smallLayout();
+    layout.icat = " SAR ";
+    layout.irep = "MONO";
+    const auto opened = openLayout(dir, layout);
     ASSERT_TRUE(opened.image);
     EXPECT_EQ(opened->getWidth(), 8u);
     EXPECT_EQ(opened->getHeight(), 8u);
@@ -75,19 +75,19 @@ TEST(NITFImage, GettersComeFromTheSubheaderAndTheFactory) {
 
 TEST(NITFImage, ZeroAbppTakesTheStorageBits) {
     file_test::TempDir dir;
-    ImageSpec spec = smallSpec();
-    spec.abpp = 0;
-    const auto opened = openSpec(dir, spec);
+    ImageLayout layout = smallLayout();
+    layout.abpp = 0;
+    const auto opened = openLayout(dir, layout);
     ASSERT_TRUE(opened.image);
     EXPECT_EQ(opened->getActualBitsPerPixel(), opened->getBitsPerPixel());
 }
 
 TEST(NITFImage, AbppAboveTheStorageBitsIsCutDown) {
     file_test::TempDir dir;
-    ImageSpec spec = smallSpec();
-    spec.abpp = 12;
-    spec.nbpp = 8;
-    const auto opened = openSpec(dir, spec);
+    ImageLayout layout = smallLayout();
+    layout.abpp = 12;
+    layout.nbpp = 8;
+    const auto opened = openLayout(dir, layout);
     ASSERT_TRUE(opened.image);
     EXPECT_EQ(opened->getActualBitsPerPixel(), 8u);
 }
@@ -96,9 +96,9 @@ TEST(NITFImage, AbppBelowTheStorageBitsStays) {
     file_test::TempDir dir;
     image_test::Grid grid;
     grid.nbpp = 16;
-    ImageSpec spec = image_test::gridSpec(grid);
-    spec.abpp = 11;
-    const auto opened = openSpec(dir, spec);
+    ImageLayout layout = image_test::gridLayout(grid);
+    layout.abpp = 11;
+    const auto opened = openLayout(dir, layout);
     ASSERT_TRUE(opened.image);
     EXPECT_EQ(opened->getActualBitsPerPixel(), 11u);
     EXPECT_EQ(opened->getBitsPerPixel(), 16u);
@@ -117,10 +117,10 @@ TEST(NITFImage, CompressionCodeIgnoresCaseAndKnowsNoC5) {
 
 TEST(NITFImage, AnImageWithC1OpensAndReadsWithoutFailing) {
     file_test::TempDir dir;
-    ImageSpec spec = smallSpec();
-    spec.ic = "C1";
-    spec.comrat = "1.0";
-    const auto opened = openSpec(dir, spec);
+    ImageLayout layout = smallLayout();
+    layout.ic = "C1";
+    layout.comrat = "1.0";
+    const auto opened = openLayout(dir, layout);
     ASSERT_TRUE(opened.image);
     EXPECT_EQ(opened->getCompressionType(), eCompressionC1);
     EXPECT_EQ(opened->getWidth(), 8u);
@@ -130,7 +130,7 @@ TEST(NITFImage, AnImageWithC1OpensAndReadsWithoutFailing) {
 
 TEST(NITFImage, MissingSegmentThrows) {
     file_test::TempDir dir;
-    const auto opened = openSpec(dir, smallSpec());
+    const auto opened = openLayout(dir, smallLayout());
     ImageOptions options;
     options.segment = 3;
     try {
@@ -145,25 +145,25 @@ TEST(NITFImage, MissingSegmentThrows) {
 
 TEST(NITFImage, PaletteNeedsTheImageRepresentationRBGLUT) {
     file_test::TempDir dir;
-    ImageSpec spec = smallSpec();
-    spec.irep = "RBG/LUT";
-    spec.bands = {image_test::band("LU")};
-    EXPECT_EQ(openSpec(dir, spec, "rbg.ntf")->getColorInterpretation(), eColorPalette);
+    ImageLayout layout = smallLayout();
+    layout.irep = "RBG/LUT";
+    layout.bands = {image_test::band("LU")};
+    EXPECT_EQ(openLayout(dir, layout, "rbg.ntf")->getColorInterpretation(), eColorPalette);
 
-    spec.irep = "RGB/LUT";
-    const auto rgb = openSpec(dir, spec, "rgb.ntf");
+    layout.irep = "RGB/LUT";
+    const auto rgb = openLayout(dir, layout, "rgb.ntf");
     EXPECT_NE(rgb->getColorInterpretation(), eColorPalette);
     EXPECT_EQ(rgb->getColorInterpretation(), ToColorInterpretation("LU", "RGB/LUT"));
 
-    spec.bands = {image_test::band("M")};
-    EXPECT_EQ(openSpec(dir, spec, "mono.ntf")->getColorInterpretation(), eColorMonochrome);
+    layout.bands = {image_test::band("M")};
+    EXPECT_EQ(openLayout(dir, layout, "mono.ntf")->getColorInterpretation(), eColorMonochrome);
 }
 
 TEST(NITFImage, OneLutIsTheBandsMap) {
     file_test::TempDir dir;
-    ImageSpec spec = smallSpec();
-    spec.bands[0].luts = {{10, 20, 30}};
-    const auto opened = openSpec(dir, spec);
+    ImageLayout layout = smallLayout();
+    layout.bands[0].luts = {{10, 20, 30}};
+    const auto opened = openLayout(dir, layout);
     const auto* map = std::get_if<std::vector<uint8_t>>(&opened->getColorMap(0));
     ASSERT_NE(map, nullptr);
     EXPECT_EQ(*map, (std::vector<uint8_t>{10, 20, 30}));
@@ -171,9 +171,9 @@ TEST(NITFImage, OneLutIsTheBandsMap) {
 
 TEST(NITFImage, TwoLutsShowTheSecondAsSingleBytes) {
     file_test::TempDir dir;
-    ImageSpec spec = smallSpec();
-    spec.bands[0].luts = {{1, 2, 3}, {7, 8, 9}};
-    const auto opened = openSpec(dir, spec);
+    ImageLayout layout = smallLayout();
+    layout.bands[0].luts = {{1, 2, 3}, {7, 8, 9}};
+    const auto opened = openLayout(dir, layout);
     const auto* map = std::get_if<std::vector<uint8_t>>(&opened->getColorMap(0));
     ASSERT_NE(map, nullptr);
     EXPECT_EQ(*map, (std::vector<uint8_t>{7, 8, 9}));
@@ -181,9 +181,9 @@ TEST(NITFImage, TwoLutsShowTheSecondAsSingleBytes) {
 
 TEST(NITFImage, ThreeLutsBecomeTriplets) {
     file_test::TempDir dir;
-    ImageSpec spec = smallSpec();
-    spec.bands[0].luts = {{1, 2}, {3, 4}, {5, 6}};
-    const auto opened = openSpec(dir, spec);
+    ImageLayout layout = smallLayout();
+    layout.bands[0].luts = {{1, 2}, {3, 4}, {5, 6}};
+    const auto opened = openLayout(dir, layout);
     const auto* map = std::get_if<std::vector<std::array<uint8_t, 3>>>(&opened->getColorMap(0));
     ASSERT_NE(map, nullptr);
     ASSERT_EQ(map->size(), 2u);
@@ -195,9 +195,9 @@ TEST(NITFImage, BandsWithoutLutHoldEmptyMaps) {
     file_test::TempDir dir;
     image_test::Grid grid;
     grid.bands = 3;
-    ImageSpec spec = image_test::gridSpec(grid);
-    spec.bands[1].luts = {{5, 6}};
-    const auto opened = openSpec(dir, spec);
+    ImageLayout layout = image_test::gridLayout(grid);
+    layout.bands[1].luts = {{5, 6}};
+    const auto opened = openLayout(dir, layout);
     EXPECT_TRUE(std::holds_alternative<std::monostate>(opened->getColorMap(0)));
     EXPECT_TRUE(std::holds_alternative<std::vector<uint8_t>>(opened->getColorMap(1)));
     EXPECT_TRUE(std::holds_alternative<std::monostate>(opened->getColorMap(2)));
@@ -205,9 +205,9 @@ TEST(NITFImage, BandsWithoutLutHoldEmptyMaps) {
 
 TEST(NITFImage, MoreThanThreeLutsAreReportedAndTheImageStillOpens) {
     file_test::TempDir dir;
-    ImageSpec spec = smallSpec();
-    spec.bands[0].luts = {{1}, {2}, {3}, {4}};
-    ImageFileBuilder().add(spec).write(dir / "a.ntf");
+    ImageLayout layout = smallLayout();
+    layout.bands[0].luts = {{1}, {2}, {3}, {4}};
+    ImageFileBuilder().add(layout).write(dir / "a.ntf");
     const auto file = image_test::openFile(dir / "a.ntf");
     ASSERT_TRUE(file);
     NITFMessages messages;
@@ -222,10 +222,10 @@ TEST(NITFImage, ColorMapOfTheBandCountIsEmpty) {
     file_test::TempDir dir;
     image_test::Grid grid;
     grid.bands = 2;
-    ImageSpec spec = image_test::gridSpec(grid);
-    spec.bands[0].luts = {{1, 2}};
-    spec.bands[1].luts = {{3, 4}};
-    const auto opened = openSpec(dir, spec);
+    ImageLayout layout = image_test::gridLayout(grid);
+    layout.bands[0].luts = {{1, 2}};
+    layout.bands[1].luts = {{3, 4}};
+    const auto opened = openLayout(dir, layout);
     ASSERT_EQ(opened->getNumBands(), 2u);
     EXPECT_FALSE(std::holds_alternative<std::monostate>(opened->getColorMap(1)));
     EXPECT_TRUE(std::holds_alternative<std::monostate>(opened->getColorMap(2)));
@@ -293,13 +293,13 @@ void writeRpfFile(const std::filesystem::path& path, const std::vector<RpfColorT
                   uint32_t bands = 1) {
     image_test::Grid grid;
     grid.bands = bands;
-    ImageSpec spec = image_test::gridSpec(grid);
-    spec.tres = {image_test::rawTre("RPFIMG", rpfPayload(0, tables))};
-    const uint64_t end = ImageFileBuilder().add(spec).dataOffset(0);
+    ImageLayout layout = image_test::gridLayout(grid);
+    layout.tres = {image_test::rawTre("RPFIMG", rpfPayload(0, tables))};
+    const uint64_t end = ImageFileBuilder().add(layout).dataOffset(0);
     const std::string payload = rpfPayload(0, tables);
-    spec.tres = {image_test::rawTre(
+    layout.tres = {image_test::rawTre(
         "RPFIMG", rpfPayload(static_cast<uint32_t>(end - payload.size()), tables))};
-    ImageFileBuilder().add(spec).write(path);
+    ImageFileBuilder().add(layout).write(path);
 }
 
 }  // namespace
@@ -319,10 +319,10 @@ TEST(NITFImage, LocationTablesComeFromTheRpfimgExtension) {
 
 TEST(NITFImage, TwoRpfimgExtensionsGiveNoLocationTables) {
     file_test::TempDir dir;
-    ImageSpec spec = smallSpec();
+    ImageLayout layout = smallLayout();
     const std::string payload = rpfPayload(0, {RpfColorTable{}});
-    spec.tres = {image_test::rawTre("RPFIMG", payload), image_test::rawTre("RPFIMG", payload)};
-    const auto opened = openSpec(dir, spec);
+    layout.tres = {image_test::rawTre("RPFIMG", payload), image_test::rawTre("RPFIMG", payload)};
+    const auto opened = openLayout(dir, layout);
     ASSERT_TRUE(opened.image);
     EXPECT_TRUE(opened->getLocationTables().empty());
 }
@@ -375,7 +375,7 @@ TEST(NITFImage, LocationSectionRecordsBeyondTheDataAreDropped) {
 
 TEST(NITFImage, LocationReaderFailsPastTheEndOfTheFile) {
     file_test::TempDir dir;
-    const auto opened = openSpec(dir, smallSpec());
+    const auto opened = openLayout(dir, smallLayout());
     NITFMessages messages;
     RpfLocationReader reader({LocationTable{140, 10, 1u << 30}}, 140, opened.file, messages);
     ASSERT_TRUE(static_cast<bool>(reader));
@@ -415,7 +415,7 @@ TEST(NITFImage, CadrgFrameHasItsPaletteAndLocations) {
 
 TEST(NITFImageCache, SameOptionsGiveTheSameObject) {
     file_test::TempDir dir;
-    const auto opened = openSpec(dir, smallSpec());
+    const auto opened = openLayout(dir, smallLayout());
     EXPECT_EQ(opened.file->getImage({}), opened.image);
     ImageOptions level1;
     level1.level = 1;
@@ -429,10 +429,10 @@ TEST(NITFImageCache, ContextSegmentWinsOverTheOptions) {
     file_test::TempDir dir;
     ImageFileBuilder builder;
     for (int i = 0; i < 4; ++i) {
-        ImageSpec spec = smallSpec();
-        spec.iid1 = "IMG" + std::to_string(i);
-        spec.icat = "CAT" + std::to_string(i);
-        builder.add(spec);
+        ImageLayout layout = smallLayout();
+        layout.iid1 = "IMG" + std::to_string(i);
+        layout.icat = "CAT" + std::to_string(i);
+        builder.add(layout);
     }
     builder.write(dir / "a.ntf");
     NITFMessages messages;
@@ -459,7 +459,7 @@ TEST(NITFImageCache, FileMadeForWritingGivesNoImage) {
 
 TEST(NITFImageCache, PathContextGivesTheImageOrTheReason) {
     file_test::TempDir dir;
-    const auto opened = openSpec(dir, smallSpec());
+    const auto opened = openLayout(dir, smallLayout());
     NITFMessages messages;
     EXPECT_EQ(opened.file->getPrivate()->getImage(0, messages), opened.image);
     EXPECT_EQ(opened.file->getPrivate()->getImage(5, messages), nullptr);
@@ -468,7 +468,7 @@ TEST(NITFImageCache, PathContextGivesTheImageOrTheReason) {
 
 TEST(NITFImageCache, ImageOutlivesItsFile) {
     file_test::TempDir dir;
-    ImageFileBuilder().add(smallSpec()).write(dir / "a.ntf");
+    ImageFileBuilder().add(smallLayout()).write(dir / "a.ntf");
     NITFMessages messages;
     auto file = std::make_shared<NITFFile>(file_test::uriOf(dir / "a.ntf"), messages);
     const auto image = file->getImage({});
@@ -484,7 +484,7 @@ TEST(NITFImageCache, ImageOutlivesItsFile) {
 
 TEST(NITFImagePaths, ForwardWithTheImagesSegment) {
     file_test::TempDir dir;
-    const auto opened = openSpec(dir, smallSpec());
+    const auto opened = openLayout(dir, smallLayout());
     EXPECT_EQ(opened->getPathInt("/Images/0/NROWS", -1), 8);
     EXPECT_EQ(opened->getPathString("/Images/0/IID1", ""), "IMAGE");
     EXPECT_EQ(opened->getPathDouble("/Images/0/NCOLS", -1), 8.0);
@@ -588,7 +588,7 @@ TEST(NITFImagePyramid, LevelsAboveZeroSearchNoFurther) {
 
 TEST(NITFImagePaths, GetISDIsTheFilesDocument) {
     file_test::TempDir dir;
-    const auto opened = openSpec(dir, smallSpec());
+    const auto opened = openLayout(dir, smallLayout());
     EXPECT_EQ(opened->getISD("JSON"), opened.file->getISD("JSON"));
     EXPECT_NE(opened->getISD("XML").find("<NITF"), std::string::npos);
 }

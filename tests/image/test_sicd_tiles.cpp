@@ -5,35 +5,35 @@
 #include "support/TileReading.h"
 
 using image_test::ImageFileBuilder;
-using image_test::ImageSpec;
+using image_test::ImageLayout;
 using tile_test::OpenImage;
 using tile_test::tileBytes;
 
 namespace {
 
 // A single block of two bands in pixel interleave: the form of a complex image.
-ImageSpec complexImage(uint64_t rows, uint64_t cols, uint32_t nbpp, const std::string& pvtype) {
-    ImageSpec spec;
-    spec.rows = rows;
-    spec.cols = cols;
-    spec.nbpp = nbpp;
-    spec.abpp = nbpp;
-    spec.pvtype = pvtype;
-    spec.imode = "P";
-    spec.bands = {image_test::band("M"), image_test::band("M")};
-    spec.data.resize(rows * cols * 2 * (nbpp / 8));
-    for (size_t i = 0; i < spec.data.size(); ++i) {
-        spec.data[i] = static_cast<char>(i * 7 + 3);
+ImageLayout complexImage(uint64_t rows, uint64_t cols, uint32_t nbpp, const std::string& pvtype) {
+    ImageLayout layout;
+    layout.rows = rows;
+    layout.cols = cols;
+    layout.nbpp = nbpp;
+    layout.abpp = nbpp;
+    layout.pvtype = pvtype;
+    layout.imode = "P";
+    layout.bands = {image_test::band("M"), image_test::band("M")};
+    layout.data.resize(rows * cols * 2 * (nbpp / 8));
+    for (size_t i = 0; i < layout.data.size(); ++i) {
+        layout.data[i] = static_cast<char>(i * 7 + 3);
     }
-    return spec;
+    return layout;
 }
 
 class ComplexTiles : public ::testing::Test {
 protected:
-    std::filesystem::path write(const ImageSpec& spec) {
+    std::filesystem::path write(const ImageLayout& layout) {
         const auto path = dir_ / "complex.ntf";
         ImageFileBuilder builder;
-        builder.add(spec).write(path);
+        builder.add(layout).write(path);
         dataOffset_ = builder.dataOffset(0);
         return path;
     }
@@ -78,8 +78,8 @@ TEST_F(ComplexTiles, AnImageOfOneRowHasOneStrip) {
 }
 
 TEST_F(ComplexTiles, EightBitSignedPairsAreAmplitudeAndPhaseWithNoSwap) {
-    const ImageSpec spec = complexImage(4, 3, 8, "SI");
-    OpenImage image(write(spec));
+    const ImageLayout layout = complexImage(4, 3, 8, "SI");
+    OpenImage image(write(layout));
     const auto& factory = image.factory();
     EXPECT_EQ(factory.getPixelType(), lumo_pixel::complex_integer);
     EXPECT_EQ(factory.getBytesPerPixel(), 2u);
@@ -90,7 +90,7 @@ TEST_F(ComplexTiles, EightBitSignedPairsAreAmplitudeAndPhaseWithNoSwap) {
     EXPECT_EQ(info.at("TileBits"), "16");
     EXPECT_EQ(factory.getBlockHeight(), 2u);
     const auto strip = tileBytes(factory, 0, 1, 0);
-    EXPECT_EQ(strip, std::vector<uint8_t>(spec.data.begin() + 12, spec.data.begin() + 24));
+    EXPECT_EQ(strip, std::vector<uint8_t>(layout.data.begin() + 12, layout.data.begin() + 24));
 }
 
 TEST_F(ComplexTiles, EightBitUnsignedPairsAreOtherComplexFloat) {
@@ -104,16 +104,16 @@ TEST_F(ComplexTiles, EightBitUnsignedPairsAreOtherComplexFloat) {
 }
 
 TEST_F(ComplexTiles, SixteenBitComponentsAreSwappedEachByItself) {
-    const ImageSpec spec = complexImage(2, 2, 16, "SI");
-    OpenImage image(write(spec));
+    const ImageLayout layout = complexImage(2, 2, 16, "SI");
+    OpenImage image(write(layout));
     const auto& factory = image.factory();
     EXPECT_EQ(factory.getCompressionInfo().at("PixelType"), "RE16I_IM16I");
     EXPECT_EQ(factory.getBlockHeight(), 1u);
     const auto strip = tileBytes(factory, 0, 1, 0);
     ASSERT_EQ(strip.size(), 8u);
     for (size_t i = 0; i < 8; i += 2) {
-        EXPECT_EQ(strip[i], static_cast<uint8_t>(spec.data[8 + i + 1]));
-        EXPECT_EQ(strip[i + 1], static_cast<uint8_t>(spec.data[8 + i]));
+        EXPECT_EQ(strip[i], static_cast<uint8_t>(layout.data[8 + i + 1]));
+        EXPECT_EQ(strip[i + 1], static_cast<uint8_t>(layout.data[8 + i]));
     }
 }
 
@@ -135,15 +135,15 @@ TEST_F(ComplexTiles, WriteModeTakesTheUncompressedPathWithTwoBands) {
 }
 
 TEST_F(ComplexTiles, StripsReadTheRightRowsOfTheFile) {
-    const ImageSpec spec = complexImage(6, 2, 32, "R");
-    OpenImage image(write(spec));
+    const ImageLayout layout = complexImage(6, 2, 32, "R");
+    OpenImage image(write(layout));
     const auto& factory = image.factory();
     ASSERT_EQ(factory.getBlockHeight(), 3u);
     const auto strip = tileBytes(factory, 0, 1, 0);
     ASSERT_EQ(strip.size(), 48u);
     for (size_t i = 0; i < strip.size(); i += 4) {
         for (size_t k = 0; k < 4; ++k) {
-            EXPECT_EQ(strip[i + k], static_cast<uint8_t>(spec.data[48 + i + 3 - k]));
+            EXPECT_EQ(strip[i + k], static_cast<uint8_t>(layout.data[48 + i + 3 - k]));
         }
     }
 }

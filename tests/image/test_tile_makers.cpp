@@ -8,7 +8,7 @@
 #include "support/TileTestSupport.h"
 
 using image_test::ImageFileBuilder;
-using image_test::ImageSpec;
+using image_test::ImageLayout;
 using tile_test::OpenImage;
 
 namespace {
@@ -33,21 +33,21 @@ const bool testMakerRegistered = [] {
     return true;
 }();
 
-ImageSpec smallImage(const std::string& ic, const std::string& icat) {
-    ImageSpec spec;
-    spec.rows = 2;
-    spec.cols = 2;
-    spec.ic = ic;
-    spec.icat = icat;
-    spec.data = std::string(4, '\x09');
-    return spec;
+ImageLayout smallImage(const std::string& ic, const std::string& icat) {
+    ImageLayout layout;
+    layout.rows = 2;
+    layout.cols = 2;
+    layout.ic = ic;
+    layout.icat = icat;
+    layout.data = std::string(4, '\x09');
+    return layout;
 }
 
 class TileMakers : public ::testing::Test {
 protected:
-    std::filesystem::path write(const ImageSpec& spec) {
+    std::filesystem::path write(const ImageLayout& layout) {
         const auto path = dir_ / ("image" + std::to_string(++count_) + ".ntf");
-        ImageFileBuilder().add(spec).write(path);
+        ImageFileBuilder().add(layout).write(path);
         return path;
     }
     file_test::TempDir dir_;
@@ -75,9 +75,9 @@ TEST_F(TileMakers, AThrowingMakerStopsTheImageWithItsException) {
 
 TEST_F(TileMakers, CompressionsWithoutMakerGetTheErrorFactory) {
     for (const char* ic : {"C3", "C4", "C8", "M3", "I1"}) {
-        ImageSpec spec = smallImage(ic, "VIS");
-        spec.comrat = "00.0";
-        OpenImage image(write(spec));
+        ImageLayout layout = smallImage(ic, "VIS");
+        layout.comrat = "00.0";
+        OpenImage image(write(layout));
         const auto* nitf = image.nitfFactory();
         ASSERT_NE(nitf, nullptr) << ic;
         EXPECT_TRUE(image.factory().getCompressionInfo().empty()) << ic;

@@ -124,7 +124,7 @@ inline std::string security(std::string_view code = {}) {
     return A("", 2) + A(code, 11) + std::string(153, ' ');
 }
 
-struct ImageSpec {
+struct ImageLayout {
     std::string iid1 = "IMAGE";
     std::string securityCode;
     std::vector<std::string> comments;
@@ -136,18 +136,18 @@ struct ImageSpec {
     uint32_t cols = 3;
 };
 
-struct TextSpec {
+struct TextLayout {
     std::string id = "TXT";
     std::string body;
     std::vector<Tre> extended;
 };
 
-struct GraphicSpec {
+struct GraphicLayout {
     std::string name = "GRAPHIC";
     std::string body;
 };
 
-struct DesSpec {
+struct DesLayout {
     std::string tag;
     std::string subheaderFields;
     std::string body;
@@ -155,18 +155,18 @@ struct DesSpec {
     int item = 0;                  // DESITEM of a TRE_OVERFLOW segment
 };
 
-struct FileSpec {
+struct FileLayout {
     std::string background = std::string(3, '\0');
     std::string title = "Dictionary test";
     std::vector<Tre> userDefined;  // UDHD
     std::vector<Tre> extended;     // XHD
-    std::vector<ImageSpec> images;
-    std::vector<GraphicSpec> graphics;
-    std::vector<TextSpec> texts;
-    std::vector<DesSpec> des;
+    std::vector<ImageLayout> images;
+    std::vector<GraphicLayout> graphics;
+    std::vector<TextLayout> texts;
+    std::vector<DesLayout> des;
 };
 
-inline std::string imageSubheader(const ImageSpec& image) {
+inline std::string imageSubheader(const ImageLayout& image) {
     std::string out = "IM" + A(image.iid1, 10) + "20240102030405" + A("", 17) + A("title", 80);
     out += "U" + security(image.securityCode) + "0" + A("source", 42);
     out += N(image.rows, 8) + N(image.cols, 8) + "INT" + A("MONO", 8) + A("VIS", 8) + "08R ";
@@ -184,17 +184,17 @@ inline std::string imageSubheader(const ImageSpec& image) {
     return out;
 }
 
-inline std::string graphicSubheader(const GraphicSpec& graphic) {
+inline std::string graphicSubheader(const GraphicLayout& graphic) {
     return "SY" + A("G1", 10) + A(graphic.name, 20) + "U" + security() + "0" + "C" + N(0, 13) +
            "001000" + N(0, 10) + N(0, 10) + "C" + N(100010, 10) + "00" + N(0, 5);
 }
 
-inline std::string textSubheader(const TextSpec& text) {
+inline std::string textSubheader(const TextLayout& text) {
     return "TE" + A(text.id, 7) + "000" + "20240102030405" + A("text title", 80) + "U" +
            security() + "0" + "STA" + section(text.extended);
 }
 
-inline std::string desSubheader(const DesSpec& des) {
+inline std::string desSubheader(const DesLayout& des) {
     std::string out = "DE" + A(des.tag, 25) + "01" + "U" + security();
     if (des.tag == "TRE_OVERFLOW") {
         out += A(des.overflowedHeader, 6) + N(des.item, 3);
@@ -203,7 +203,7 @@ inline std::string desSubheader(const DesSpec& des) {
 }
 
 // The bytes of a NITF 2.10 file: header, then images, graphics, texts and data extensions.
-inline std::string buildFile(const FileSpec& file) {
+inline std::string buildFile(const FileLayout& file) {
     std::string lengths;
     std::string body;
     auto add = [&](const std::string& subheader, const std::string& data, size_t subheaderWidth,
@@ -212,22 +212,22 @@ inline std::string buildFile(const FileSpec& file) {
         body += subheader + data;
     };
     lengths += N(file.images.size(), 3);
-    for (const ImageSpec& image : file.images) {
+    for (const ImageLayout& image : file.images) {
         add(imageSubheader(image),
             std::string(size_t{image.rows} * image.cols * image.bandSubcategories.size(), '\x7f'),
             6, 10);
     }
     lengths += N(file.graphics.size(), 3);
-    for (const GraphicSpec& graphic : file.graphics) {
+    for (const GraphicLayout& graphic : file.graphics) {
         add(graphicSubheader(graphic), graphic.body, 4, 6);
     }
     lengths += "000";  // NUMX
     lengths += N(file.texts.size(), 3);
-    for (const TextSpec& text : file.texts) {
+    for (const TextLayout& text : file.texts) {
         add(textSubheader(text), text.body, 4, 5);
     }
     lengths += N(file.des.size(), 3);
-    for (const DesSpec& des : file.des) {
+    for (const DesLayout& des : file.des) {
         add(desSubheader(des), des.body, 4, 9);
     }
     lengths += "000";  // NUMRES

@@ -86,15 +86,15 @@ class Dictionary : public ::testing::Test {
 protected:
     void SetUp() override { registerTestExtensions(); }
 
-    std::unique_ptr<RecordContext> open(const FileSpec& file) {
+    std::unique_ptr<RecordContext> open(const FileLayout& file) {
         auto context = std::make_unique<RecordContext>(buildFile(file));
         EXPECT_TRUE(context->ok()) << context->error();
         return context;
     }
 
-    static FileSpec richFile() {
-        FileSpec file;
-        ImageSpec image;
+    static FileLayout richFile() {
+        FileLayout file;
+        ImageLayout image;
         image.securityCode = "CODEWORD";
         image.comments = {"first comment", "second comment"};
         image.bandSubcategories = {"SUB0", "SUB1"};
@@ -172,7 +172,7 @@ TEST_F(Dictionary, FileHeaderFieldsComeInTableOrderWithTheirFlags) {
 TEST_F(Dictionary, BlackBackgroundReadsAsHashZeros) {
     auto context = open(richFile());
     EXPECT_EQ(context->text("/FileHeader/FBKGC"), "#000000");
-    FileSpec coloured = richFile();
+    FileLayout coloured = richFile();
     coloured.background = "\xff\x80\x01";
     auto other = open(coloured);
     EXPECT_EQ(other->text("/FileHeader/FBKGC"), "#ff8001");
@@ -180,8 +180,8 @@ TEST_F(Dictionary, BlackBackgroundReadsAsHashZeros) {
 }
 
 TEST_F(Dictionary, ImageSizesListLengthsOfEachImage) {
-    FileSpec file = richFile();
-    file.images.push_back(ImageSpec{});
+    FileLayout file = richFile();
+    file.images.push_back(ImageLayout{});
     auto context = open(file);
     EXPECT_EQ(context->text("/FileHeader/ImageSizes/_count"), "2");
     const std::string lish = *context->text("/FileHeader/ImageSizes/1/LISH");
@@ -269,7 +269,7 @@ TEST_F(Dictionary, OneTreCountsItsFieldsTwoCountTheTREs) {
     EXPECT_EQ(context->text("/Images/0/TREs/ABC/NAME"), "ABCD");
     EXPECT_EQ(context->text("/Images/0/TREs/ABC/_treID"), "ABC");
 
-    FileSpec twice = richFile();
+    FileLayout twice = richFile();
     twice.images[0].extended = {
         {"ABC", abcData("ONE ")}, {"ZZRAW1", "x"}, {"ABC", abcData("TWO ")}};
     auto repeated = open(twice);
@@ -351,7 +351,7 @@ TEST_F(Dictionary, SubscriptedTagsFillGapsWithEmptyNodes) {
 }
 
 TEST_F(Dictionary, SectionsListInTheirOrder) {
-    FileSpec file = richFile();
+    FileLayout file = richFile();
     file.images[0].userDefined = {{"ZZUDID", "u"}};
     auto context = open(file);
     // The image lists its extended section, then its user-defined one.
@@ -364,7 +364,7 @@ TEST_F(Dictionary, SectionsListInTheirOrder) {
 }
 
 TEST_F(Dictionary, TreShortcutPrefersTheImageAndReachesOverflowSegments) {
-    FileSpec file = richFile();
+    FileLayout file = richFile();
     file.images[0].extended = {};
     file.images[0].extendedOverflow = 3;
     file.des.push_back(
@@ -477,7 +477,7 @@ TEST_F(Dictionary, DesIsFoundByItsKeys) {
 }
 
 TEST_F(Dictionary, FirstDesWithAMatchingKeyWins) {
-    FileSpec file = richFile();
+    FileLayout file = richFile();
     file.des.push_back({"CSSHPA DES", shapeUse("IMAGE_SHAPE"), "second shapefile", "", 0});
     file.des.push_back({"CSSHPA DES", shapeUse("CLOUD_SHAPES"), "clouds", "", 0});
     auto context = open(file);
@@ -507,7 +507,7 @@ TEST_F(Dictionary, XmlContentIsADictionaryOfTheDocument) {
 }
 
 TEST_F(Dictionary, XmlThatDoesNotParseGivesAnEmptyDictionaryAndAMessage) {
-    FileSpec file = richFile();
+    FileLayout file = richFile();
     file.des[0].body = "<root><open></root>";
     auto context = open(file);
     EXPECT_EQ(context->text("/DESs/0/XML/_count"), "0");
@@ -541,7 +541,7 @@ TEST_F(Dictionary, WithoutAReaderBodiesAreEmpty) {
 }
 
 TEST_F(Dictionary, BodyBytesAreEscapedByTheOutputFormat) {
-    FileSpec file = richFile();
+    FileLayout file = richFile();
     file.texts[0].body = std::string("a<b>\"c\"\n\xe9", 9);
     auto context = open(file);
     EXPECT_EQ(context->text("/Text/0/Data?XML"),

@@ -34,11 +34,11 @@ std::string query(NITFFile& file, int image, std::string_view path) {
 TEST(ImageDictionary, CompressionListsTheCodecsProperties) {
     file_test::TempDir dir;
     image_test::Grid grid;
-    image_test::ImageSpec spec = image_test::gridSpec(grid);
+    image_test::ImageLayout layout = image_test::gridLayout(grid);
     // A masked image with a pad value: its codec reports the pad value.
-    spec.ic = "NM";
-    spec.data = image_test::blockMaskTable({0, 16, 32, 48}, true, 7) + spec.data;
-    image_test::ImageFileBuilder().add(spec).write(dir / "a.ntf");
+    layout.ic = "NM";
+    layout.data = image_test::blockMaskTable({0, 16, 32, 48}, true, 7) + layout.data;
+    image_test::ImageFileBuilder().add(layout).write(dir / "a.ntf");
     const auto opened = image_test::openImage(dir / "a.ntf");
     ASSERT_TRUE(opened.image);
     const auto info = opened->getCompressionInfo();
@@ -50,9 +50,9 @@ TEST(ImageDictionary, CompressionListsTheCodecsProperties) {
 
 TEST(ImageDictionary, CompressionOfAnImageThatCantBeMadeIsEmpty) {
     file_test::TempDir dir;
-    image_test::ImageSpec spec = image_test::gridSpec(image_test::Grid{});
-    spec.imode = "Q";  // no codec can make a factory for it
-    image_test::ImageFileBuilder().add(spec).write(dir / "a.ntf");
+    image_test::ImageLayout layout = image_test::gridLayout(image_test::Grid{});
+    layout.imode = "Q";  // no codec can make a factory for it
+    image_test::ImageFileBuilder().add(layout).write(dir / "a.ntf");
     const auto file = image_test::openFile(dir / "a.ntf");
     ASSERT_TRUE(file);
     EXPECT_EQ(query(*file, 0, "/Images/0/Compression/_count"), "0");

@@ -2,9 +2,9 @@
 // Writes small NITF 2.10 files with image segments whose subheader fields a test chooses,
 // followed by the image data bytes the test supplies (mask tables included). Header-only.
 //
-//   image_test::ImageSpec spec;
-//   spec.rows = 4; spec.cols = 6; spec.data = ...;
-//   image_test::ImageFileBuilder().add(spec).write(path);
+//   image_test::ImageLayout layout;
+//   layout.rows = 4; layout.cols = 6; layout.data = ...;
+//   image_test::ImageFileBuilder().add(layout).write(path);
 
 #include <cstdint>
 #include <filesystem>
@@ -16,7 +16,7 @@
 namespace image_test {
 
 // One band's entries of the image subheader.
-struct BandSpec {
+struct BandLayout {
     std::string irepband = "M";
     std::string isubcat;
     // NLUTS look-up tables of equal length (NELUT); empty for none.
@@ -24,18 +24,18 @@ struct BandSpec {
 };
 
 // A band with only its representation set.
-inline BandSpec band(const std::string& irepband) {
-    BandSpec spec;
-    spec.irepband = irepband;
-    return spec;
+inline BandLayout band(const std::string& irepband) {
+    BandLayout layout;
+    layout.irepband = irepband;
+    return layout;
 }
 
 // `count` bands of representation `irepband`.
-inline std::vector<BandSpec> bands(size_t count, const std::string& irepband = "M") {
-    return std::vector<BandSpec>(count, band(irepband));
+inline std::vector<BandLayout> bands(size_t count, const std::string& irepband = "M") {
+    return std::vector<BandLayout>(count, band(irepband));
 }
 
-struct ImageSpec {
+struct ImageLayout {
     std::string iid1 = "IMAGE";
     std::string idatim = "20240115103000";
     uint64_t rows = 1;
@@ -54,7 +54,7 @@ struct ImageSpec {
     uint32_t nppbh = 0;  // 0 means the image width; written as given otherwise
     uint32_t nppbv = 0;
     // One entry per band; more than 9 are written with NBANDS 0 and XBANDS.
-    std::vector<BandSpec> bands = {BandSpec{}};
+    std::vector<BandLayout> bands = {BandLayout{}};
     // When true NBANDS is written as 0 and the count goes to XBANDS, whatever it is.
     bool useXbands = false;
     // Extension TREs as raw bytes: tag, length and data each.
@@ -83,7 +83,7 @@ inline std::string bigEndian(uint64_t value, size_t width) {
 
 class ImageFileBuilder {
 public:
-    ImageFileBuilder& add(const ImageSpec& image) {
+    ImageFileBuilder& add(const ImageLayout& image) {
         images_.push_back(image);
         return *this;
     }
@@ -91,7 +91,7 @@ public:
     // The whole file.
     std::string bytes() const {
         std::vector<std::string> subheaders;
-        for (const ImageSpec& image : images_) {
+        for (const ImageLayout& image : images_) {
             subheaders.push_back(subheader(image));
         }
         std::string start = "NITF02.10" + std::string("03") + "BF01" + alpha("TESSEL", 10) +
@@ -161,7 +161,7 @@ private:
         return out;
     }
 
-    static std::string subheader(const ImageSpec& image) {
+    static std::string subheader(const ImageLayout& image) {
         std::string out = "IM" + alpha(image.iid1, 10) + alpha(image.idatim, 14) + alpha("", 17) +
                           alpha("Test image", 80) + security() + "0" +
                           alpha("TesselLib tests", 42) + number(image.rows, 8) +
@@ -178,7 +178,7 @@ private:
         } else {
             out += number(count, 1);
         }
-        for (const BandSpec& band : image.bands) {
+        for (const BandLayout& band : image.bands) {
             out += alpha(band.irepband, 2) + alpha(band.isubcat, 6) + "N" + alpha("", 3) +
                    number(band.luts.size(), 1);
             if (!band.luts.empty()) {
@@ -203,7 +203,7 @@ private:
         return out;
     }
 
-    std::vector<ImageSpec> images_;
+    std::vector<ImageLayout> images_;
 };
 
 // A mask table for an NM image: IMDATOFF, BMRLNTH 4, TMRLNTH and TPXCDLNTH, the pad value,

@@ -52,28 +52,28 @@ inline std::string gridData(const Grid& grid) {
     return data;
 }
 
-inline ImageSpec gridSpec(const Grid& grid) {
-    ImageSpec spec;
-    spec.rows = grid.rows;
-    spec.cols = grid.cols;
-    spec.nbpp = grid.nbpp;
-    spec.abpp = grid.nbpp;
-    spec.pvtype = grid.pvtype;
-    spec.imode = "B";
-    spec.nbpr = (grid.cols + grid.blockCols - 1) / grid.blockCols;
-    spec.nbpc = (grid.rows + grid.blockRows - 1) / grid.blockRows;
-    spec.nppbh = grid.blockCols;
-    spec.nppbv = grid.blockRows;
-    spec.bands = image_test::bands(grid.bands, "M");
+inline ImageLayout gridLayout(const Grid& grid) {
+    ImageLayout layout;
+    layout.rows = grid.rows;
+    layout.cols = grid.cols;
+    layout.nbpp = grid.nbpp;
+    layout.abpp = grid.nbpp;
+    layout.pvtype = grid.pvtype;
+    layout.imode = "B";
+    layout.nbpr = (grid.cols + grid.blockCols - 1) / grid.blockCols;
+    layout.nbpc = (grid.rows + grid.blockRows - 1) / grid.blockRows;
+    layout.nppbh = grid.blockCols;
+    layout.nppbv = grid.blockRows;
+    layout.bands = image_test::bands(grid.bands, "M");
     if (grid.bands > 1) {
-        spec.irep = "MULTI";
+        layout.irep = "MULTI";
     }
-    spec.data = gridData(grid);
-    return spec;
+    layout.data = gridData(grid);
+    return layout;
 }
 
 inline void writeGrid(const std::filesystem::path& path, const Grid& grid) {
-    ImageFileBuilder().add(gridSpec(grid)).write(path);
+    ImageFileBuilder().add(gridLayout(grid)).write(path);
 }
 
 // The file at `path`, opened through the factory; empty when it doesn't open.

@@ -290,7 +290,7 @@ bool NITFImage::calculateHistogramInternal(int band, Histogram& histogram) {
     Accumulator accumulator;
     try {
         for (auto& [id, future] : tiles) {
-            const std::shared_ptr<Tile> tile = future.get();
+            const std::shared_ptr<Tile> tile = pool->awaitTile(future);
             if (!tile || !tile->hasBuffer()) {
                 throw std::runtime_error("block data missing");
             }

@@ -215,7 +215,7 @@ bool NITFImage::readRegionViaPixels(uint32_t x, uint32_t y, uint32_t width, uint
                         if (found == tiles.end() || !found->second.valid()) {
                             continue;
                         }
-                        const std::shared_ptr<Tile> tile = found->second.get();
+                        const std::shared_ptr<Tile> tile = pool->awaitTile(found->second);
                         if (!tile || !tile->hasBuffer()) {
                             pool->waitAll(tiles);  // no work of this call outlives it
                             return false;

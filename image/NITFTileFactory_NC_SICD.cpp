@@ -74,7 +74,11 @@ public:
             lumo_concurrency::track_span span(5, "Read");
             const uint64_t offset = uint64_t{row} * blockBytes_ + imageStart_;
             auto done = IOPool::Read(IOSource::Create(uri_), offset, blockBytes_, buffer);
-            done.wait();
+            try {
+                IOPool::Await(done);
+            } catch (const std::exception&) {
+                // A failed read leaves what it read; the strip holds that.
+            }
         }
         lumo_concurrency::track_span span(5, "Swap");
         swappingCopy(getBytesPerPixel() >> 1, buffer, buffer, blockBytes_, 0, 1);

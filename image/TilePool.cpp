@@ -189,7 +189,17 @@ std::shared_ptr<Tile> TilePool::tileOf(const TileGroup& group, const tile_id& id
     return id.factory->errorTile();
 }
 
+std::shared_ptr<Tile> TilePool::awaitTile(const TileFuture& tile) {
+    impl_->threads->help_until_ready(tile);
+    return tile.get();
+}
+
 void TilePool::waitAll(TileFutures& tiles) {
+    for (const auto& [id, tile] : tiles) {
+        if (tile.valid()) {
+            impl_->threads->help_until_ready(tile);
+        }
+    }
     impl_->threads->cancel_all(tiles);
 }
 

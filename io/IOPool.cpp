@@ -144,6 +144,11 @@ std::shared_ptr<IOSource> IOPool::Open(const NITFURI& uri) {
     return IOSource::Create(uri);
 }
 
+std::shared_ptr<IORequest> IOPool::Await(std::future<std::shared_ptr<IORequest>>& read) {
+    get().help_until_ready(read);
+    return read.get();
+}
+
 std::future<std::shared_ptr<IORequest>> IOPool::Read(const NITFURI& uri, size_t offset, size_t size,
                                                      uint8_t* destination) {
     return Read(Open(uri), offset, size, destination);

@@ -146,9 +146,9 @@ NitroGdalIOInterface::~NitroGdalIOInterface() {
 bool NitroGdalIOInterface::read(void* buffer, size_t count, nrt_Error* error) {
     try {
         // NITRO wants its bytes now: wait for them.
-        const auto request =
-            IOPool::Read(IOSource::Create(uri_), position_, count, static_cast<uint8_t*>(buffer))
-                .get();
+        auto read =
+            IOPool::Read(IOSource::Create(uri_), position_, count, static_cast<uint8_t*>(buffer));
+        const auto request = IOPool::Await(read);
         if (!request || request->size == 0) {
             reportFailure(error, "read", NRT_ERR_READING_FROM_FILE);
             return false;

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -211,4 +212,77 @@ TEST(ThreadPool, GeneratorExceptionLeavesThePoolUsable) {
         return tasks;
     });
     EXPECT_EQ(futures.at(0).get(), 5);
+}
+
+// Both workers are held by tasks that wait for the test, so the queued tasks can only run
+// on the caller that waits for them.
+TEST(ThreadPool, WaiterRunsQueuedTasksWhileTheWorkersAreBusy) {
+    PoolThreads threads(2);
+    TestPool<> pool(threads);
+    ASSERT_EQ(pool.num_threads(), 2u);
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    std::atomic<int> holding{0};
+    auto busy = pool.queue_tasks([&] {
+        Pool::task_list tasks;
+        for (int id = 0; id < 2; ++id) {
+            tasks.emplace_back(id, Task([&holding, &released, id](execution_context&) {
+                                   ++holding;
+                                   released.wait();
+                                   return id;
+                               }));
+        }
+        return tasks;
+    });
+    while (holding.load() < 2) {
+        std::this_thread::yield();
+    }
+    std::vector<std::thread::id> ranOn(2);
+    auto queued = pool.queue_tasks([&] {
+        Pool::task_list tasks;
+        for (int id = 0; id < 2; ++id) {
+            tasks.emplace_back(10 + id, Task([&ranOn, id](execution_context&) {
+                                   ranOn[static_cast<size_t>(id)] = std::this_thread::get_id();
+                                   return 10 + id;
+                               }));
+        }
+        return tasks;
+    });
+    pool.help_until_ready(queued.at(11));
+    EXPECT_EQ(queued.at(11).get(), 11);
+    EXPECT_TRUE(isReady(queued.at(10)));  // queued first, so run first
+    EXPECT_EQ(ranOn[0], std::this_thread::get_id());
+    EXPECT_EQ(ranOn[1], std::this_thread::get_id());
+    release.set_value();
+    pool.cancel_all(busy);
+}
+
+// A future that a worker finishes: the waiter finds nothing queued and sleeps until then.
+TEST(ThreadPool, WaiterWithNothingQueuedWaitsForTheWorker) {
+    PoolThreads threads(2);
+    TestPool<> pool(threads);
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    std::atomic<bool> started{false};
+    auto futures = pool.queue_tasks([&] {
+        Pool::task_list tasks;
+        tasks.emplace_back(0, Task([&](execution_context&) {
+                               started = true;
+                               released.wait();
+                               return 7;
+                           }));
+        tasks.emplace_back(1, Task([](execution_context&) { return 8; }));
+        return tasks;
+    });
+    while (!started.load()) {
+        std::this_thread::yield();
+    }
+    std::thread releaser([&release] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        release.set_value();
+    });
+    pool.help_until_ready(futures.at(0));
+    EXPECT_EQ(futures.at(0).get(), 7);
+    releaser.join();
+    pool.cancel_all(futures);
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <future>
 #include <thread>
 
 #include "support/FileTestSupport.h"
@@ -378,4 +379,44 @@ TEST(TilePool, AnIdWithoutFactoryIsRefused) {
     auto pool = TilePool::makeForTesting(1, 60000);
     lumo_concurrency::execution_context_fg context;
     EXPECT_THROW(pool->getTile(tile_id{}, context), std::invalid_argument);
+}
+
+TEST(TilePool, AWaiterDecodesQueuedTilesWhileTheWorkersAreBusy) {
+    auto pool = TilePool::makeForTesting(2, 60000);
+    TestTileFactory::Grid grid;
+    grid.blocksX = 3;
+    grid.blocksY = 2;
+    TestTileFactory factory(grid);
+    // Loads of column 0 wait at the gate and hold both workers.
+    factory.behaviour.holdX = 0;
+    factory.behaviour.close();
+    auto held = pool->queueTiles({{&factory, 0, 0, 0}, {&factory, 0, 1, 0}});
+    ASSERT_TRUE(eventually([&] { return factory.behaviour.waiting == 2; }));
+
+    const tile_id queuedFirst{&factory, 1, 0, 0};
+    const tile_id queuedLast{&factory, 2, 0, 0};
+    auto queued = pool->queueTiles({queuedFirst, queuedLast});
+    auto waiter =
+        std::async(std::launch::async, [&] { return pool->awaitTile(queued[queuedLast]); });
+    const bool done = waiter.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+    factory.behaviour.open();  // whatever happened, let everything finish
+    ASSERT_TRUE(done) << "the waiter slept while its tile stayed queued";
+    EXPECT_EQ(waiter.get()->getBuffer()[0], tile_test::TestTile::valueOf(queuedLast));
+    EXPECT_EQ(queued[queuedFirst].wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    pool->waitAll(queued);
+    pool->waitAll(held);
+    EXPECT_EQ(factory.behaviour.loads, 4);
+    pool->clearCache(&factory);
+}
+
+TEST(TilePool, AwaitingAThrowingTileRethrows) {
+    auto pool = TilePool::makeForTesting(2, 60000);
+    TestTileFactory factory({});
+    factory.behaviour.throws = 2;
+    auto futures = pool->queueTiles({{&factory, 0, 0, 0}, {&factory, 1, 0, 0}});
+    for (auto& [id, future] : futures) {
+        EXPECT_THROW(pool->awaitTile(future), std::exception);
+    }
+    pool->waitAll(futures);
+    pool->clearCache(&factory);
 }

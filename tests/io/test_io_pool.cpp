@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <string>
@@ -95,6 +96,49 @@ TEST(IOPool, ReadOfSeveralBlocksRunsOnTheWorkers) {
     EXPECT_EQ(bytes, patternBytes(10, 300));
     EXPECT_EQ(source->totalReads(), 5);
     EXPECT_EQ(source->readers().count(std::this_thread::get_id()), 0u);
+}
+
+TEST(IOPool, AwaitingAReadRunsItsQueuedBlocksOnTheCaller) {
+    ScopedIOPool pool(10, 64, 2);
+    ASSERT_EQ(pool.num_threads(), 2u);
+    // Both workers wait for the test, so the blocks can only be read by the waiter.
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    std::atomic<int> holding{0};
+    auto busy = pool.queue_tasks([&] {
+        IOPool::task_list tasks;
+        for (int id = 0; id < 2; ++id) {
+            tasks.emplace_back(id, IOPool::task_type([&holding, &released](auto&) {
+                                   ++holding;
+                                   released.wait();
+                               }));
+        }
+        return tasks;
+    });
+    while (holding.load() < 2) {
+        std::this_thread::yield();
+    }
+    const auto source = CountingSource::Make(L"/virtual/a.ntf", 1000);
+    std::vector<uint8_t> bytes(300);
+    auto future = IOPool::Read(source, 10, 300, bytes.data());
+    const auto request = IOPool::Await(future);
+    EXPECT_EQ(request->size, 300u);
+    EXPECT_EQ(bytes, patternBytes(10, 300));
+    EXPECT_EQ(source->readers(), std::set<std::thread::id>{std::this_thread::get_id()});
+    release.set_value();
+    pool.cancel_all(busy);
+}
+
+TEST(IOPool, AwaitingAFailedReadThrowsItsFailure) {
+    ScopedIOPool pool(10, 16, 2);
+    TempFile file(40);
+    auto future = IOPool::Read(IOSource::Create(file.uri()), 0, 128, nullptr);
+    try {
+        IOPool::Await(future);
+        ADD_FAILURE() << "a read past the end succeeded";
+    } catch (const std::exception& e) {
+        EXPECT_STREQ(e.what(), "Read Failed");
+    }
 }
 
 TEST(IOPool, WorkersCarryTheServiceName) {

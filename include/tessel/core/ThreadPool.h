@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <condition_variable>
 #include <cstddef>
@@ -99,6 +100,23 @@ public:
         if (future.valid() &&
             future.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
             future.wait();
+        }
+    }
+
+    // Waits for `future`, running queued tasks of this pool on the calling thread while it
+    // isn't ready: a caller that would only sleep does the work it waits for instead of
+    // waiting for a worker to wake. Returns once the future is ready.
+    template <class Future>
+    void help_until_ready(const Future& future) {
+        internals& in = *internals_;
+        execution_context_bg* self = nullptr;
+        execution_context_bg context([&in, &self] { run_one(in, *self); });
+        self = &context;
+        while (future.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+            if (!run_one(in, context)) {
+                future.wait();
+                return;
+            }
         }
     }
 
@@ -218,16 +236,18 @@ private:
         }
     }
 
-    // Runs the first queued task, if there is one, with the lock released.
-    static void run_one(internals& in, execution_context& context) {
+    // Runs the first queued task, if there is one, with the lock released. False when the
+    // queue was empty.
+    static bool run_one(internals& in, execution_context& context) {
         std::unique_lock lock(in.mutex);
         if (in.queue.empty()) {
-            return;
+            return false;
         }
         task_type task = std::move(in.queue.front());
         in.queue.pop_front();
         lock.unlock();
         task(context);
+        return true;
     }
 
     std::shared_ptr<internals> internals_;

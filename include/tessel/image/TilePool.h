@@ -34,7 +34,11 @@ public:
     // Starts work on all ids and returns one future per distinct id. A single id runs at
     // once on the calling thread.
     TileFutures queueTiles(const std::list<tile_id>& ids);
+    // The tile of a queued future, decoding queued tiles on this thread until it is ready
+    // rather than sleeping while a worker wakes. Throws what the decode threw.
+    std::shared_ptr<Tile> awaitTile(const TileFuture& tile);
     // Waits for each future in key order and empties the map; results aren't looked at.
+    // Queued tiles are decoded on this thread meanwhile.
     void waitAll(TileFutures& tiles);
     // Forgets the tiles of `factory`, or all tiles with nullptr. Tiles that readers hold
     // stay valid.

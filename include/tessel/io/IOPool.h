@@ -56,6 +56,9 @@ public:
                                                         size_t offset, size_t size,
                                                         uint8_t* destination);
 
+    // Waits for a read, running queued block reads on this thread meanwhile, and returns
+    // its request; throws what the future throws.
+    static std::shared_ptr<IORequest> Await(std::future<std::shared_ptr<IORequest>>& read);
     // Empty text drops every block and zeroes the reads and bytes counters. Otherwise,
     // with "\" read as "/", drops the blocks whose key less its last character is the text:
     // blocks 0 to 9 of that file.

@@ -320,10 +320,18 @@ uint8_t* fillAbsentBlock(nitf_ImageIO* io, uint64_t* blockSize) {
     return io->buffer.data();
 }
 
+// Where the stored bytes of a recorded block start in the image data; false, with the error
+// set, when they run past its end.
+bool storedBlockStart(const nitf_ImageIO* io, uint32_t block, uint64_t* relative,
+                      nitf_Error* error) {
+    *relative = io->imageDataOffset + io->blockMask[block];
+    return checkRange(io, *relative, io->storedBlockBytes, "image block", error);
+}
+
 uint8_t* readUncompressedBlock(nitf_ImageIO* io, nitf_IOInterface* input, uint32_t block,
                                uint64_t* blockSize, nitf_Error* error) {
-    uint64_t relative = io->imageDataOffset + io->blockMask[block];
-    if (!checkRange(io, relative, io->storedBlockBytes, "image block", error)) {
+    uint64_t relative = 0;
+    if (!storedBlockStart(io, block, &relative, error)) {
         return nullptr;
     }
     // Blocks of one image all have one size: the buffers keep their memory from block to
@@ -357,8 +365,8 @@ bool readUncompressedBlockPart(nitf_ImageIO* io, nitf_IOInterface* input, uint32
         }
         return true;
     }
-    const uint64_t relative = io->imageDataOffset + io->blockMask[block];
-    if (!checkRange(io, relative, io->storedBlockBytes, "image block", error)) {
+    uint64_t relative = 0;
+    if (!storedBlockStart(io, block, &relative, error)) {
         return false;
     }
     if (first >= io->storedBlockBytes) {

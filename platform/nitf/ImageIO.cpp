@@ -413,10 +413,23 @@ uint8_t* readCompressedBlock(nitf_ImageIO* io, nitf_IOInterface* input, uint32_t
     return io->buffer.data();
 }
 
+// The subheader's lengths may promise more than the file holds: the image data ends where
+// the file does, so that no buffer is sized by bytes that aren't there.
+void limitToInput(nitf_ImageIO* io, nitf_IOInterface* input) {
+    nitf_Error ignored{};
+    const nitf_Off size = nitf_IOInterface_getSize(input, &ignored);
+    if (size < 0) {
+        return;
+    }
+    const auto fileSize = static_cast<uint64_t>(size);
+    io->length = std::min(io->length, fileSize > io->offset ? fileSize - io->offset : 0);
+}
+
 bool prepare(nitf_ImageIO* io, nitf_IOInterface* input, nitf_Error* error) {
     if (io->masksRead) {
         return true;
     }
+    limitToInput(io, input);
     if (io->masked) {
         if (!readMaskTable(io, input, error)) {
             return false;

@@ -25,6 +25,8 @@ struct SmallFile {
     std::string nrows = "00000002";
     std::string text = "Hello text";
     std::string pixels = std::string("\x01\x02\x03\x04\x05\x06\x07\x08", 8);
+    uint64_t claimedPixels = 0;  // the image length the header gives; 0 for the real one
+    bool withText = true;
 
     std::string imageSubheader() const {
         std::string s = "IM" + field("IMAGE1", 10) + field("20240101000000", 14) + field("", 17) +
@@ -42,18 +44,25 @@ struct SmallFile {
     }
     std::string bytes() const {
         std::string image = imageSubheader();
-        std::string textHeader = textSubheader();
+        std::string textHeader = withText ? textSubheader() : "";
+        const std::string textBody = withText ? text : "";
+        const uint64_t imageLength = claimedPixels != 0 ? claimedPixels : pixels.size();
         std::string header = "NITF02.10" + std::string("03") + "BF01" + field("STATION", 10) +
                              field("20240101000000", 14) + field("A title", 80) + "U" +
                              std::string(166, ' ') + "00000" + "00000" + "0" +
                              std::string(3, '\0') + field("", 24) + field("", 18);
         size_t headerLength = header.size() + 12 + 6 + 3 + 16 + 3 + 3 + 3 + 9 + 3 + 3 + 5 + 5;
+        if (!withText) {
+            headerLength -= 4 + 5;
+        }
         size_t total =
-            headerLength + image.size() + pixels.size() + textHeader.size() + text.size();
+            headerLength + image.size() + imageLength + textHeader.size() + textBody.size();
         header += number(total, 12) + number(headerLength, 6) + "001" + number(image.size(), 6) +
-                  number(pixels.size(), 10) + "000" + "000" + "001" + number(textHeader.size(), 4) +
-                  number(text.size(), 5) + "000" + "000" + "00000" + "00000";
-        return header + image + pixels + textHeader + text;
+                  number(imageLength, 10) + "000" + "000" +
+                  (withText ? "001" + number(textHeader.size(), 4) + number(text.size(), 5)
+                            : std::string("000")) +
+                  "000" + "000" + "00000" + "00000";
+        return header + image + pixels + textHeader + textBody;
     }
 };
 
@@ -287,3 +296,36 @@ TEST(NitfImageSubheader, PixelInformationBlockingAndBands) {
 }
 
 }  // namespace
+
+// The header promises 9,999,999,999 bytes of image data; the file holds four. The reader
+// sizes nothing by the promise: the image data ends where the file does.
+TEST(NitfImageReader, ImageDataEndsWhereTheFileDoesWhateverTheHeaderClaims) {
+    SmallFile file;
+    file.withText = false;
+    file.pixels = std::string("\x01\x02\x03\x04", 4);
+    file.claimedPixels = 9999999999;
+    Parsed parsed(file.bytes());
+    ASSERT_NE(parsed.record, nullptr) << parsed.message();
+    nitf_ImageReader* reader = nitf_Reader_newImageReader(parsed.reader, 0, nullptr, &parsed.error);
+    ASSERT_NE(reader, nullptr) << parsed.message();
+    uint64_t size = 0;
+    EXPECT_EQ(nitf_ImageReader_readBlock(reader, 0, &size, &parsed.error), nullptr);
+    EXPECT_NE(parsed.message().find("of the image data, which has 4"), std::string::npos)
+        << parsed.message();
+    nitf_ImageReader_destruct(&reader);
+}
+
+TEST(NitfImageReader, ImageDataThatTheFileHoldsReadsDespiteALargerClaim) {
+    SmallFile file;
+    file.withText = false;
+    file.claimedPixels = 9999999999;
+    Parsed parsed(file.bytes());
+    ASSERT_NE(parsed.record, nullptr) << parsed.message();
+    nitf_ImageReader* reader = nitf_Reader_newImageReader(parsed.reader, 0, nullptr, &parsed.error);
+    ASSERT_NE(reader, nullptr) << parsed.message();
+    uint64_t size = 0;
+    const uint8_t* block = nitf_ImageReader_readBlock(reader, 0, &size, &parsed.error);
+    ASSERT_NE(block, nullptr) << parsed.message();
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(block), size), file.pixels);
+    nitf_ImageReader_destruct(&reader);
+}

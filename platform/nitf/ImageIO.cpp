@@ -62,7 +62,7 @@ struct _nitf_ImageIO {
     uint32_t padRecordLength = 0;
     uint32_t padPixelValueLength = 0;
     std::vector<uint8_t> padValue;
-    std::vector<uint64_t> blockMask;
+    std::vector<uint64_t> blockMask;  // masked images only: offsets after imageDataOffset
     std::vector<uint64_t> padMask;
 
     // Compressed images without a block mask: stream boundaries found by scanning.
@@ -324,7 +324,9 @@ uint8_t* fillAbsentBlock(nitf_ImageIO* io, uint64_t* blockSize) {
 // set, when they run past its end.
 bool storedBlockStart(const nitf_ImageIO* io, uint32_t block, uint64_t* relative,
                       nitf_Error* error) {
-    *relative = io->imageDataOffset + io->blockMask[block];
+    // Without a mask the blocks follow one another.
+    *relative = io->imageDataOffset +
+                (io->masked ? io->blockMask[block] : uint64_t{block} * io->storedBlockBytes);
     return checkRange(io, *relative, io->storedBlockBytes, "image block", error);
 }
 
@@ -435,10 +437,6 @@ bool prepare(nitf_ImageIO* io, nitf_IOInterface* input, nitf_Error* error) {
             return false;
         }
     } else {
-        io->blockMask.resize(io->blockCount + 1);
-        for (uint32_t b = 0; b <= io->blockCount; ++b) {
-            io->blockMask[b] = uint64_t{b} * io->storedBlockBytes;
-        }
         bool jpeg = io->compression == "C3" || io->compression == "C5";
         if (!io->uncompressed() && io->blockCount > 1) {
             if (!jpeg) {

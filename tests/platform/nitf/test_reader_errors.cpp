@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
 #include <cstring>
 #include <string>
 #include <vector>
@@ -25,6 +27,7 @@ struct SmallFile {
     std::string nrows = "00000002";
     std::string text = "Hello text";
     std::string pixels = std::string("\x01\x02\x03\x04\x05\x06\x07\x08", 8);
+    std::string blocking = "0001000100040002";  // NBPR, NBPC, NPPBH, NPPBV
     uint64_t claimedPixels = 0;  // the image length the header gives; 0 for the real one
     bool withText = true;
 
@@ -33,8 +36,8 @@ struct SmallFile {
                         field("title", 80) + "U" + std::string(166, ' ') + "0" + field("", 42) +
                         nrows + "00000004" + "INT" + field("MONO", 8) + field("VIS", 8) + "08" +
                         "R" + " " + "0" + "NC" + "1" + field("M", 2) + field("", 6) + "N" +
-                        field("", 3) + "0" + "0" + "B" + "0001" + "0001" + "0004" + "0002" + "08" +
-                        "001" + "000" + "0000000000" + "1.0 " + "00000";
+                        field("", 3) + "0" + "0" + "B" + blocking + "08" + "001" + "000" +
+                        "0000000000" + "1.0 " + "00000";
         s += imageTRE.empty() ? "00000" : number(imageTRE.size() + 3, 5) + "000" + imageTRE;
         return s;
     }
@@ -327,5 +330,29 @@ TEST(NitfImageReader, ImageDataThatTheFileHoldsReadsDespiteALargerClaim) {
     const uint8_t* block = nitf_ImageReader_readBlock(reader, 0, &size, &parsed.error);
     ASSERT_NE(block, nullptr) << parsed.message();
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(block), size), file.pixels);
+    nitf_ImageReader_destruct(&reader);
+}
+
+// Nearly a hundred million blocks of two rows claimed by a file of a few hundred bytes: the
+// blocks of an image without a mask are found by arithmetic, with no table per block.
+TEST(NitfImageReader, ClaimedBlocksCostNoMemoryUntilRead) {
+    SmallFile file;
+    file.withText = false;
+    file.blocking = "9999999900040002";
+    Parsed parsed(file.bytes());
+    ASSERT_NE(parsed.record, nullptr) << parsed.message();
+    const size_t mappedBefore = mallinfo2().hblkhd;
+    nitf_ImageReader* reader = nitf_Reader_newImageReader(parsed.reader, 0, nullptr, &parsed.error);
+    ASSERT_NE(reader, nullptr) << parsed.message();
+    nitf_BlockingInfo* info = nitf_ImageReader_getBlockingInfo(reader, &parsed.error);
+    ASSERT_NE(info, nullptr) << parsed.message();
+    EXPECT_EQ(info->numBlocksPerRow, 9999u);
+    EXPECT_LT(mallinfo2().hblkhd, mappedBefore + (size_t{64} << 20));
+    uint64_t size = 0;
+    const uint8_t* block = nitf_ImageReader_readBlock(reader, 0, &size, &parsed.error);
+    ASSERT_NE(block, nullptr) << parsed.message();
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(block), size), file.pixels);
+    EXPECT_EQ(nitf_ImageReader_readBlock(reader, 9999u * 9999u - 1, &size, &parsed.error), nullptr);
+    nitf_BlockingInfo_destruct(&info);
     nitf_ImageReader_destruct(&reader);
 }

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "image/NITFImageSegment.h"
+#include "image/ShuffleGather.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/image/NITFImage.h"
 #include "tessel/platform/base/nitf_fs.h"
@@ -204,11 +205,11 @@ inline uint64_t fromBigEndian(uint64_t word) {
     return __builtin_bswap64(word);
 }
 
+// Elements from output position `out` on; the ones before are written already.
 template <class Word>
 void swapStrided(const uint8_t* source, uint8_t* destination, size_t count, size_t start,
-                 size_t stride) {
-    size_t out = 0;
-    for (size_t index = start; index < count; index += stride, ++out) {
+                 size_t stride, size_t out) {
+    for (size_t index = start + out * stride; index < count; index += stride, ++out) {
         Word word;
         std::memcpy(&word, source + index * sizeof(Word), sizeof(Word));
         if constexpr (std::endian::native == std::endian::little) {
@@ -236,18 +237,21 @@ void swappingCopy(size_t elementSize, const uint8_t* source, uint8_t* destinatio
         // A zero stride visits its one element once.
         stride = count;
     }
+    // The bulk goes through byte shuffles where the processor has them; the loops below
+    // take what is left.
+    const size_t out = shuffleGather(elementSize, source, destination, count, start, stride);
     switch (elementSize) {
         case 1:
-            swapStrided<uint8_t>(source, destination, count, start, stride);
+            swapStrided<uint8_t>(source, destination, count, start, stride, out);
             break;
         case 2:
-            swapStrided<uint16_t>(source, destination, count, start, stride);
+            swapStrided<uint16_t>(source, destination, count, start, stride, out);
             break;
         case 4:
-            swapStrided<uint32_t>(source, destination, count, start, stride);
+            swapStrided<uint32_t>(source, destination, count, start, stride, out);
             break;
         case 8:
-            swapStrided<uint64_t>(source, destination, count, start, stride);
+            swapStrided<uint64_t>(source, destination, count, start, stride, out);
             break;
         default:
             break;  // other sizes copy nothing

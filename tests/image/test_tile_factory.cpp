@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <nlohmann/json.hpp>
 
+#include "image/ShuffleGather.h"
 #include "support/TileTestSupport.h"
 #include "tessel/image/NITFTileFactory.h"
 #include "tessel/image/TilePool.h"
@@ -253,6 +255,92 @@ TEST(SwappingCopy, SingleBytesAreCopiedAndRunsInPlace) {
     Tessel::swappingCopy(2, data.data(), data.data(), data.size(), 0, 1);
     EXPECT_EQ(data, (std::vector<uint8_t>{2, 1, 4, 3, 6, 5}));
 }
+
+namespace {
+
+// Element `index` of a big-endian source in host order, byte by byte.
+std::vector<uint8_t> hostElement(const std::vector<uint8_t>& source, size_t size, size_t index) {
+    std::vector<uint8_t> element(source.begin() + static_cast<std::ptrdiff_t>(index * size),
+                                 source.begin() + static_cast<std::ptrdiff_t>((index + 1) * size));
+    std::reverse(element.begin(), element.end());
+    return element;
+}
+
+// What the copy must give, element by element, for a little-endian host.
+std::vector<uint8_t> expectedCopy(const std::vector<uint8_t>& source, size_t size, size_t start,
+                                  size_t stride) {
+    std::vector<uint8_t> out;
+    for (size_t index = start; index < source.size() / size; index += stride) {
+        const std::vector<uint8_t> element = hostElement(source, size, index);
+        out.insert(out.end(), element.begin(), element.end());
+    }
+    return out;
+}
+
+std::vector<uint8_t> patternOf(size_t length) {
+    std::vector<uint8_t> bytes(length);
+    for (size_t i = 0; i < length; ++i) {
+        bytes[i] = static_cast<uint8_t>(i * 7 + i / 251);
+    }
+    return bytes;
+}
+
+}  // namespace
+
+// Long runs go through the vector gather where the processor has one, and their ends
+// through the element loop: every size, stride and band, with lengths that leave ends.
+TEST(SwappingCopy, LongRunsOfEverySizeStrideAndStartMatchElementByElement) {
+    static_assert(std::endian::native == std::endian::little, "expected bytes assume it");
+    for (size_t size : {1, 2, 4, 8}) {
+        for (size_t stride = 1; stride <= 6; ++stride) {
+            for (size_t start = 0; start < stride; ++start) {
+                for (size_t length : {size_t{4096}, size_t{1000 * 8 + 5}, size_t{37}}) {
+                    SCOPED_TRACE(testing::Message() << "size " << size << " stride " << stride
+                                                    << " start " << start << " length " << length);
+                    const std::vector<uint8_t> source = patternOf(length);
+                    const std::vector<uint8_t> expected = expectedCopy(source, size, start, stride);
+                    std::vector<uint8_t> out(expected.size() + 16, 0xEE);
+                    Tessel::swappingCopy(size, source.data(), out.data(), length, start, stride);
+                    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), out.begin()));
+                    // Nothing beyond the elements is written.
+                    EXPECT_EQ(std::count(out.begin() + static_cast<std::ptrdiff_t>(expected.size()),
+                                         out.end(), 0xEE),
+                              16);
+                }
+            }
+        }
+    }
+}
+
+TEST(SwappingCopy, LongRunsSwapInPlace) {
+    for (size_t size : {2, 4, 8}) {
+        SCOPED_TRACE(size);
+        std::vector<uint8_t> data = patternOf(1000 * 8 + 3);
+        const std::vector<uint8_t> expected = expectedCopy(data, size, 0, 1);
+        Tessel::swappingCopy(size, data.data(), data.data(), data.size(), 0, 1);
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), data.begin()));
+    }
+}
+
+#if defined(__x86_64__)
+// The gather itself is taken on the processors that have byte shuffles: it writes whole
+// groups of 16 bytes and leaves the end of a run to its caller.
+TEST(ShuffleGather, TakesWholeGroupsOfSixteenBytesWhereTheProcessorShuffles) {
+    if (__builtin_cpu_supports("ssse3") == 0) {
+        GTEST_SKIP() << "no byte shuffles on this processor";
+    }
+    const std::vector<uint8_t> source = patternOf(3 * 1000 + 2);
+    std::vector<uint8_t> out(1001, 0xEE);
+    const size_t written = Tessel::shuffleGather(1, source.data(), out.data(), source.size(), 1, 3);
+    EXPECT_EQ(written, 992u);  // 62 groups of 16 from 48 bytes each
+    const std::vector<uint8_t> expected = expectedCopy(source, 1, 1, 3);
+    EXPECT_TRUE(std::equal(out.begin(), out.begin() + 992, expected.begin()));
+    EXPECT_EQ(out[992], 0xEE);
+    EXPECT_EQ(Tessel::shuffleGather(1, source.data(), out.data(), source.size(), 0, 5), 0u);
+    EXPECT_EQ(Tessel::shuffleGather(1, source.data(), out.data(), source.size(), 3, 3), 0u);
+    EXPECT_EQ(Tessel::shuffleGather(3, source.data(), out.data(), source.size(), 0, 1), 0u);
+}
+#endif
 
 TEST(SwappingCopy, OtherElementSizesLeaveTheDestination) {
     const std::vector<uint8_t> data{1, 2, 3, 4, 5, 6};

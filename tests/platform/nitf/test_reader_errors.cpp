@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -300,59 +301,76 @@ TEST(NitfImageSubheader, PixelInformationBlockingAndBands) {
 
 }  // namespace
 
+namespace {
+
+// The image of a small file, parsed, with a reader of its own that goes with it.
+struct ParsedImage {
+    Parsed parsed;
+    nitf_ImageReader* reader = nullptr;
+
+    explicit ParsedImage(const SmallFile& file) : parsed(file.bytes()) {
+        if (parsed.record != nullptr) {
+            reader = nitf_Reader_newImageReader(parsed.reader, 0, nullptr, &parsed.error);
+        }
+    }
+    ~ParsedImage() { nitf_ImageReader_destruct(&reader); }
+    ParsedImage(const ParsedImage&) = delete;
+    ParsedImage& operator=(const ParsedImage&) = delete;
+
+    // The bytes of block `number`; nothing when the reader refuses it.
+    std::optional<std::string> block(uint32_t number) {
+        uint64_t size = 0;
+        const uint8_t* data = nitf_ImageReader_readBlock(reader, number, &size, &parsed.error);
+        if (data == nullptr) {
+            return std::nullopt;
+        }
+        return std::string(reinterpret_cast<const char*>(data), size);
+    }
+};
+
+// A small file without a text segment, so that its image data may end the file.
+SmallFile imageOnlyFile() {
+    SmallFile file;
+    file.withText = false;
+    return file;
+}
+
+}  // namespace
+
 // The header promises 9,999,999,999 bytes of image data; the file holds four. The reader
 // sizes nothing by the promise: the image data ends where the file does.
 TEST(NitfImageReader, ImageDataEndsWhereTheFileDoesWhateverTheHeaderClaims) {
-    SmallFile file;
-    file.withText = false;
+    SmallFile file = imageOnlyFile();
     file.pixels = std::string("\x01\x02\x03\x04", 4);
     file.claimedPixels = 9999999999;
-    Parsed parsed(file.bytes());
-    ASSERT_NE(parsed.record, nullptr) << parsed.message();
-    nitf_ImageReader* reader = nitf_Reader_newImageReader(parsed.reader, 0, nullptr, &parsed.error);
-    ASSERT_NE(reader, nullptr) << parsed.message();
-    uint64_t size = 0;
-    EXPECT_EQ(nitf_ImageReader_readBlock(reader, 0, &size, &parsed.error), nullptr);
-    EXPECT_NE(parsed.message().find("of the image data, which has 4"), std::string::npos)
-        << parsed.message();
-    nitf_ImageReader_destruct(&reader);
+    ParsedImage image(file);
+    ASSERT_NE(image.reader, nullptr) << image.parsed.message();
+    EXPECT_EQ(image.block(0), std::nullopt);
+    EXPECT_NE(image.parsed.message().find("of the image data, which has 4"), std::string::npos)
+        << image.parsed.message();
 }
 
 TEST(NitfImageReader, ImageDataThatTheFileHoldsReadsDespiteALargerClaim) {
-    SmallFile file;
-    file.withText = false;
+    SmallFile file = imageOnlyFile();
     file.claimedPixels = 9999999999;
-    Parsed parsed(file.bytes());
-    ASSERT_NE(parsed.record, nullptr) << parsed.message();
-    nitf_ImageReader* reader = nitf_Reader_newImageReader(parsed.reader, 0, nullptr, &parsed.error);
-    ASSERT_NE(reader, nullptr) << parsed.message();
-    uint64_t size = 0;
-    const uint8_t* block = nitf_ImageReader_readBlock(reader, 0, &size, &parsed.error);
-    ASSERT_NE(block, nullptr) << parsed.message();
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(block), size), file.pixels);
-    nitf_ImageReader_destruct(&reader);
+    ParsedImage image(file);
+    ASSERT_NE(image.reader, nullptr) << image.parsed.message();
+    EXPECT_EQ(image.block(0), file.pixels) << image.parsed.message();
 }
 
 // Nearly a hundred million blocks of two rows claimed by a file of a few hundred bytes: the
 // blocks of an image without a mask are found by arithmetic, with no table per block.
 TEST(NitfImageReader, ClaimedBlocksCostNoMemoryUntilRead) {
-    SmallFile file;
-    file.withText = false;
+    SmallFile file = imageOnlyFile();
     file.blocking = "9999999900040002";
-    Parsed parsed(file.bytes());
-    ASSERT_NE(parsed.record, nullptr) << parsed.message();
+    ParsedImage image(file);
+    ASSERT_NE(image.reader, nullptr) << image.parsed.message();
     const size_t mappedBefore = mallinfo2().hblkhd;
-    nitf_ImageReader* reader = nitf_Reader_newImageReader(parsed.reader, 0, nullptr, &parsed.error);
-    ASSERT_NE(reader, nullptr) << parsed.message();
-    nitf_BlockingInfo* info = nitf_ImageReader_getBlockingInfo(reader, &parsed.error);
-    ASSERT_NE(info, nullptr) << parsed.message();
+    nitf_BlockingInfo* info = nitf_ImageReader_getBlockingInfo(image.reader, &image.parsed.error);
+    ASSERT_NE(info, nullptr) << image.parsed.message();
     EXPECT_EQ(info->numBlocksPerRow, 9999u);
-    EXPECT_LT(mallinfo2().hblkhd, mappedBefore + (size_t{64} << 20));
-    uint64_t size = 0;
-    const uint8_t* block = nitf_ImageReader_readBlock(reader, 0, &size, &parsed.error);
-    ASSERT_NE(block, nullptr) << parsed.message();
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(block), size), file.pixels);
-    EXPECT_EQ(nitf_ImageReader_readBlock(reader, 9999u * 9999u - 1, &size, &parsed.error), nullptr);
     nitf_BlockingInfo_destruct(&info);
-    nitf_ImageReader_destruct(&reader);
+    EXPECT_LT(mallinfo2().hblkhd, mappedBefore + (size_t{64} << 20));
+    EXPECT_EQ(image.block(0), file.pixels) << image.parsed.message();
+    EXPECT_EQ(image.block(9999u * 9999u - 1), std::nullopt);
 }

@@ -108,11 +108,14 @@ public:
     // waiting for a worker to wake. Returns once the future is ready.
     template <class Future>
     void help_until_ready(const Future& future) {
+        if (is_ready(future)) {
+            return;  // the common case of a cached tile or block: no context to make
+        }
         internals& in = *internals_;
         execution_context_bg* self = nullptr;
         execution_context_bg context([&in, &self] { run_one(in, *self); });
         self = &context;
-        while (future.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        while (!is_ready(future)) {
             if (!run_one(in, context)) {
                 future.wait();
                 return;
@@ -234,6 +237,11 @@ private:
         } catch (...) {
             // A failing lock or thread name ends this worker quietly.
         }
+    }
+
+    template <class Future>
+    static bool is_ready(const Future& future) {
+        return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
     }
 
     // Runs the first queued task, if there is one, with the lock released. False when the

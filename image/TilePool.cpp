@@ -20,16 +20,16 @@ namespace {
 
 using TileThreadPool = lumo_concurrency::thread_pool<std::shared_ptr<Tile>, tile_id>;
 
-constexpr std::string_view kPoolName = "NITF TILE POOL";
-constexpr std::wstring_view kThreadName = L"NITF TilePool Service";
+constexpr std::string_view kTilePoolName = "NITF TILE POOL";
+constexpr std::wstring_view kTileThreadName = L"NITF TilePool Service";
 
 // The workers of the tile pool; its constructors are open to the pool only.
 class TileWorkers : public TileThreadPool {
 public:
     // From the option lumo.tilepool.threads.
-    TileWorkers() : TileThreadPool(s_opt_lumo_tilepool_threads, kPoolName, kThreadName) {}
+    TileWorkers() : TileThreadPool(s_opt_lumo_tilepool_threads, kTilePoolName, kTileThreadName) {}
     // With the option's value given.
-    explicit TileWorkers(int threads) : TileThreadPool(threads, kPoolName, kThreadName) {}
+    explicit TileWorkers(int threads) : TileThreadPool(threads, kTilePoolName, kTileThreadName) {}
 };
 
 std::chrono::nanoseconds ttlOf(int milliseconds) {

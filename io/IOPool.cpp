@@ -17,8 +17,8 @@ namespace Tessel {
 
 namespace {
 
-constexpr const char* kPoolName = "NITF IO POOL";
-constexpr const wchar_t* kThreadName = L"NITF IOPool Service";
+constexpr const char* kIOPoolName = "NITF IO POOL";
+constexpr const wchar_t* kIOThreadName = L"NITF IOPool Service";
 
 using RequestPromise = std::promise<std::shared_ptr<IORequest>>;
 
@@ -103,13 +103,13 @@ IOPool::Settings IOPool::Settings::FromOptions() {
 }
 
 IOPool::IOPool()
-    : thread_pool(s_opt_lumo_iopool_threads, kPoolName, kThreadName),
+    : thread_pool(s_opt_lumo_iopool_threads, kIOPoolName, kIOThreadName),
       warehouse_(IOWarehouse::process()) {
     logThreads(num_threads());
 }
 
 IOPool::IOPool(const Settings& settings)
-    : thread_pool(settings.threads, kPoolName, kThreadName),
+    : thread_pool(settings.threads, kIOPoolName, kIOThreadName),
       warehouse_(std::make_shared<IOWarehouse>(settings.blockCache, settings.blockSize)) {
     logThreads(num_threads());
     previous_ = s_servingPool.exchange(this);

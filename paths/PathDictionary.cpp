@@ -99,9 +99,6 @@ const NitroFieldHelper<nitf_ComponentInfo>* componentInfoTable() {
     return table.data();
 }
 
-#undef TESSEL_FIELD
-#undef TESSEL_FIELD_RO
-
 // The sizes of the image segments as the file header lists them, one "LISH"/"LI" pair each.
 Node encodeComponentInfo(nitf_FileHeader* header) {
     return Node::makeArray("ImageSize", [header](NITFMessages& messages, const PathList& path) {

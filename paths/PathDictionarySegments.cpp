@@ -133,9 +133,6 @@ const NitroFieldHelper<nitf_DESubheader>* desTable() {
     return table.data();
 }
 
-#undef TESSEL_FIELD
-#undef TESSEL_FIELD_RO
-
 // Field text without the blanks, tabs and line ends around it; empty for no field.
 std::string trimmedText(const nitf_Field* field) {
     if (field == nullptr || field->raw == nullptr) {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Fuzzes one target: builds the "fuzz" preset (clang, ASan + UBSan, libFuzzer), seeds a
-# corpus under build/fuzz/TARGET/ from the shared NITF files (or, without them, the demo
+# Fuzzes one target: builds it in the "asan" preset (clang, ASan + UBSan, the library
+# instrumented for libFuzzer's coverage), seeds a corpus under build/fuzz/TARGET/ from the shared NITF files (or, without them, the demo
 # sample), and runs fuzz_TARGET for SECONDS (default 60). TARGET is "reader" (the record
 # reader, the default) or "image" (opening a file and reading its images). Fails on any
 # crash, leak, timeout or out-of-memory; the input that caused it is left in
@@ -22,8 +22,8 @@ corpus="$work/corpus"
 artifacts="$work/artifacts"
 
 cd "$root"
-cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz --target "fuzz_$target" tessel_sample
+cmake --preset asan >/dev/null
+cmake --build --preset asan --target "fuzz_$target" tessel_sample
 
 mkdir -p "$corpus" "$artifacts"
 
@@ -52,6 +52,6 @@ echo "fuzz.sh: $(ls "$corpus" | wc -l) inputs in $corpus; fuzzing for $seconds s
 
 export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}"
 export UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}"
-"$root/build/fuzz/tests/fuzz/fuzz_$target" \
+"$root/build/asan/tests/fuzz/fuzz_$target" \
     -max_len=1048576 -rss_limit_mb=4096 -timeout=10 -max_total_time="$seconds" \
     -print_final_stats=1 -artifact_prefix="$artifacts/" "$corpus"

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake ninja-build pkg-config git
+  build-essential cmake ninja-build pkg-config git ccache
   clang clang-format clang-tidy libclang-rt-dev
   libjpeg62-turbo-dev libopenjp2-7-dev libxml2-dev nlohmann-json3-dev
   libboost-dev libfmt-dev libspdlog-dev libgeographiclib-dev

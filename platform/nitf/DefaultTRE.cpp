@@ -8,7 +8,7 @@
 
 namespace {
 
-nitf_TREPrivateData* privateOf(nitf_TRE* tre) {
+nitf_TREPrivateData* rawPrivateOf(nitf_TRE* tre) {
     return static_cast<nitf_TREPrivateData*>(tre->priv);
 }
 
@@ -31,7 +31,7 @@ const char* rawGetID(nitf_TRE*) {
 
 // Replaces the raw bytes; an empty TRE has no field.
 bool storeBytes(nitf_TRE* tre, const char* bytes, size_t length, nitf_Error* error) {
-    nitf_TREPrivateData* priv = privateOf(tre);
+    nitf_TREPrivateData* priv = rawPrivateOf(tre);
     NITF_DATA* old = nitf_HashTable_remove(priv->hash, NITF_TRE_RAW);
     auto* oldField = static_cast<nitf_Field*>(old);
     nitf_Field_destruct(&oldField);
@@ -79,12 +79,12 @@ NITF_BOOL rawSetField(nitf_TRE* tre, const char* tag, NITF_DATA* data, size_t da
 }
 
 nitf_Field* rawGetField(nitf_TRE* tre, const char* tag) {
-    nitf_Pair* pair = nitf_HashTable_find(privateOf(tre)->hash, tag);
+    nitf_Pair* pair = nitf_HashTable_find(rawPrivateOf(tre)->hash, tag);
     return pair != nullptr ? static_cast<nitf_Field*>(pair->data) : nullptr;
 }
 
 nitf_List* rawFind(nitf_TRE* tre, const char* pattern, nitf_Error* error) {
-    nitf_Pair* pair = nitf_HashTable_find(privateOf(tre)->hash, NITF_TRE_RAW);
+    nitf_Pair* pair = nitf_HashTable_find(rawPrivateOf(tre)->hash, NITF_TRE_RAW);
     if (pair == nullptr || pattern == nullptr || std::strstr(NITF_TRE_RAW, pattern) == nullptr) {
         return nullptr;
     }
@@ -107,7 +107,7 @@ struct RawCursor {
 
 nitf_Pair* rawNext(nitf_TREEnumerator* it, nitf_Error* error) {
     auto* cursor = static_cast<RawCursor*>(it->data);
-    nitf_Pair* pair = nitf_HashTable_find(privateOf(cursor->tre)->hash, NITF_TRE_RAW);
+    nitf_Pair* pair = nitf_HashTable_find(rawPrivateOf(cursor->tre)->hash, NITF_TRE_RAW);
     cursor->done = true;
     if (pair == nullptr) {
         nitf_Error_init(error, "raw TRE has no data", NITF_CTXT, NITF_ERR_INVALID_OBJECT);
@@ -155,12 +155,12 @@ NITF_BOOL rawClone(nitf_TRE* source, nitf_TRE* dest, nitf_Error* error) {
     if (source->priv == nullptr) {
         return true;
     }
-    dest->priv = nitf_TREPrivateData_clone(privateOf(source), error);
+    dest->priv = nitf_TREPrivateData_clone(rawPrivateOf(source), error);
     return dest->priv != nullptr;
 }
 
 void rawDestruct(nitf_TRE* tre) {
-    auto* priv = privateOf(tre);
+    auto* priv = rawPrivateOf(tre);
     nitf_TREPrivateData_destruct(&priv);
     tre->priv = nullptr;
 }

@@ -5,7 +5,7 @@
 
 namespace {
 
-void outOfMemory(nrt_Error* error) {
+void tableOutOfMemory(nrt_Error* error) {
     nrt_Error_init(error, "out of memory", NRT_CTXT, NRT_ERR_MEMORY);
 }
 
@@ -73,7 +73,7 @@ nrt_HashTable* nrt_HashTable_construct(int nbuckets, nrt_Error* error) {
     }
     auto* ht = static_cast<nrt_HashTable*>(std::malloc(sizeof(nrt_HashTable)));
     if (ht == nullptr) {
-        outOfMemory(error);
+        tableOutOfMemory(error);
         return nullptr;
     }
     ht->nbuckets = nbuckets;
@@ -84,7 +84,7 @@ nrt_HashTable* nrt_HashTable_construct(int nbuckets, nrt_Error* error) {
         static_cast<nrt_List**>(std::calloc(static_cast<size_t>(nbuckets), sizeof(nrt_List*)));
     if (ht->buckets == nullptr) {
         std::free(ht);
-        outOfMemory(error);
+        tableOutOfMemory(error);
         return nullptr;
     }
     for (int b = 0; b < nbuckets; ++b) {
@@ -181,13 +181,13 @@ NRT_BOOL nrt_HashTable_insert(nrt_HashTable* ht, const char* key, NRT_DATA* data
     }
     auto* pair = static_cast<nrt_Pair*>(std::malloc(sizeof(nrt_Pair)));
     if (pair == nullptr) {
-        outOfMemory(error);
+        tableOutOfMemory(error);
         return false;
     }
     nrt_Pair_init(pair, key, data);
     if (pair->key == nullptr) {
         std::free(pair);
-        outOfMemory(error);
+        tableOutOfMemory(error);
         return false;
     }
     if (!nrt_List_pushBack(ht->buckets[nrt_HashTable_hash(ht, key)], pair, error)) {

@@ -4,7 +4,7 @@
 
 namespace {
 
-void outOfMemory(nrt_Error* error) {
+void listOutOfMemory(nrt_Error* error) {
     nrt_Error_init(error, "out of memory", NRT_CTXT, NRT_ERR_MEMORY);
 }
 
@@ -16,7 +16,7 @@ nrt_ListNode* nrt_ListNode_construct(nrt_ListNode* prev, nrt_ListNode* next, NRT
                                      nrt_Error* error) {
     auto* node = static_cast<nrt_ListNode*>(std::malloc(sizeof(nrt_ListNode)));
     if (node == nullptr) {
-        outOfMemory(error);
+        listOutOfMemory(error);
         return nullptr;
     }
     node->prev = prev;
@@ -35,7 +35,7 @@ void nrt_ListNode_destruct(nrt_ListNode** node) {
 nrt_List* nrt_List_construct(nrt_Error* error) {
     auto* list = static_cast<nrt_List*>(std::malloc(sizeof(nrt_List)));
     if (list == nullptr) {
-        outOfMemory(error);
+        listOutOfMemory(error);
         return nullptr;
     }
     list->first = nullptr;

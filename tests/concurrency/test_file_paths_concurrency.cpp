@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/TestPaths.h"
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFFileContext.h"

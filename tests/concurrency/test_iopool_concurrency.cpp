@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/IOTesting.h"
+#include "support/TestPaths.h"
 #include "tessel/io/IOPool.h"
 #include "tessel/io/NitroGdalIOInterface.h"
 #include "tessel/platform/nitf.h"
@@ -191,7 +192,7 @@ TEST(IOPoolConcurrency, ClearsDuringReadsKeepDataRight) {
 
 TEST(IOPoolConcurrency, InterfacesOnManyThreadsParseOneFile) {
     ScopedIOPool pool(1000, 4096, 4);
-    const NITFURI uri(std::string_view(TESSEL_SAMPLE_FILE));
+    const NITFURI uri{std::string_view(TESSEL_SAMPLE_FILE)};
     std::atomic<int> failures{0};
     std::vector<std::thread> parsers;
     for (int t = 0; t < 6; ++t) {

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "support/TestPaths.h"
 #include "tessel/Tessel.h"
 
 // The umbrella header must grow with the library: every public header is in it.

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "paths/RpfTables.h"
+#include "support/TestPaths.h"
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFFilePrivate.h"

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/FileTestSupport.h"
+#include "support/TestPaths.h"
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/platform/base/nitf_fs.h"

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "support/InfoResources.h"
+#include "support/TestPaths.h"
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFFileContext.h"

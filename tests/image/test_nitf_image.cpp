@@ -11,6 +11,7 @@
 #include "support/FileTestSupport.h"
 #include "support/ImageFileBuilder.h"
 #include "support/ImageTestFiles.h"
+#include "support/TestPaths.h"
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFFileContext.h"

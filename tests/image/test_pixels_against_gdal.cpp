@@ -20,6 +20,7 @@
 
 #include "platform/nitf/nitf_test_files.h"
 #include "platform/nitf/sha256.h"
+#include "support/TestPaths.h"
 #include "tessel/core/NITFMessages.h"
 #include "tessel/core/NITFURI.h"
 #include "tessel/file/NITFFactory.h"
@@ -124,7 +125,7 @@ bool gdalAvailable() {
 // GDAL's digests of many files at once, from one run of the helper script.
 json gdalDigests(const std::vector<fs::path>& files) {
     std::string command =
-        std::string(python) + " '" TESSEL_SOURCE_DIR "/tests/image/gdal_band_digests.py'";
+        std::string(python) + " '" + TESSEL_SOURCE_DIR + "/tests/image/gdal_band_digests.py'";
     for (const auto& file : files) {
         command += " '" + file.string() + "'";
     }

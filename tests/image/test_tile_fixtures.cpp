@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/nitf/sha256.h"
+#include "support/TestPaths.h"
 #include "support/TileReading.h"
 
 namespace fs = std::filesystem;

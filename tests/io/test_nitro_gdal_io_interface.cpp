@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "support/IOTesting.h"
+#include "support/TestPaths.h"
 #include "tessel/io/IOPool.h"
 #include "tessel/io/NitroGdalIOInterface.h"
 #include "tessel/platform/nitf.h"
@@ -304,7 +305,7 @@ TEST(NitroGdalIOInterface, ReadingInterfaceLeavesTheCacheOnDestruction) {
 
 TEST(NitroGdalIOInterface, ReaderParsesTheSampleFile) {
     ScopedIOPool pool(1000, 4096, 4);
-    const NITFURI uri(std::string_view(TESSEL_SAMPLE_FILE));
+    const NITFURI uri{std::string_view(TESSEL_SAMPLE_FILE)};
     nrt_Error error{};
     nrt_IOInterface* io = NitroGdalIOInterface::Create(uri, NRT_ACCESS_READONLY, &error);
     ASSERT_NE(io, nullptr) << error.message;

@@ -50,6 +50,12 @@ function(read_build_cache variable)
   set(${variable} "${value}" PARENT_SCOPE)
 endfunction()
 read_build_cache(CMAKE_CXX_COMPILER)
+# A sanitized library needs its runtime in the program that loads it.
+read_build_cache(TESSEL_SANITIZE)
+set(SANITIZE_FLAGS "")
+if(TESSEL_SANITIZE)
+  set(SANITIZE_FLAGS "-fsanitize=${TESSEL_SANITIZE}")
+endif()
 
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
@@ -80,6 +86,7 @@ set(CONSUMER_BUILD ${WORK_DIR}/cmake-consumer)
 run_checked(CONFIGURE "configuring the find_package consumer"
   ${CMAKE_COMMAND} -S ${SOURCE_DIR}/consumer -B ${CONSUMER_BUILD} -G ${GENERATOR}
   -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER}
+  "-DCMAKE_CXX_FLAGS=${SANITIZE_FLAGS}" -DCMAKE_CXX_COMPILER_LAUNCHER=
   -DCMAKE_PREFIX_PATH=${INSTALL_DIR} -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF)
 file(STRINGS ${CONSUMER_BUILD}/CMakeCache.txt tessel_dir REGEX "^Tessel_DIR:")
 string(FIND "${tessel_dir}" "${INSTALL_DIR}/" found_at)
@@ -99,7 +106,7 @@ string(STRIP "${PKG_OUTPUT}" pkg_flags)
 separate_arguments(pkg_flags UNIX_COMMAND "${pkg_flags}")
 set(PKG_CONSUMER ${WORK_DIR}/pkg-consumer)
 run_checked(COMPILE "compiling the pkg-config consumer"
-  ${CMAKE_CXX_COMPILER} ${SOURCE_DIR}/consumer/main.cpp ${pkg_flags} -o ${PKG_CONSUMER})
+  ${CMAKE_CXX_COMPILER} ${SANITIZE_FLAGS} ${SOURCE_DIR}/consumer/main.cpp ${pkg_flags} -o ${PKG_CONSUMER})
 run_checked(PKG_CONSUMER "running the pkg-config consumer"
   ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${LIB_DIR} ${PKG_CONSUMER})
 check_output("the pkg-config consumer" "${PKG_CONSUMER_OUTPUT}")

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "paths/PathDictionary.h"
+#include "support/TestPaths.h"
 #include "tessel/platform/base/lumo_codec.h"
 #include "tests/paths/dictionary_test_support.h"
 #include "tests/platform/nitf/nitf_test_files.h"

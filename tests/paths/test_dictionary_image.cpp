@@ -7,6 +7,7 @@
 #include "support/FileTestSupport.h"
 #include "support/ImageFileBuilder.h"
 #include "support/ImageTestFiles.h"
+#include "support/TestPaths.h"
 #include "tessel/image/NITFImage.h"
 #include "tessel/platform/base/text.h"
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/nitf/nitf_test_files.h"
+#include "support/TestPaths.h"
 #include "tessel/paths/PathContext.h"
 #include "tessel/paths/PathWalker.h"
 #include "tessel/platform/base/text.h"

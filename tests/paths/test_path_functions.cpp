@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "support/TestPaths.h"
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFFilePrivate.h"

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <string>
 #include <vector>
+#include "support/TestPaths.h"
 
 using lumo_geo::geodetic_degrees;
 using lumo_geo::utm;

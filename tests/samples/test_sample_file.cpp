@@ -15,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <vector>
+#include "support/TestPaths.h"
 
 namespace {
 

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "file/NITFWarehouse.h"
+#include "support/TestPaths.h"
 #include "tessel/core/NITFURI.h"
 #include "tessel/core/Options.h"
 #include "tessel/platform/base/nitf_log.h"
@@ -106,12 +107,10 @@ inline std::string headerOnlyFile(bool nitf20, size_t labels = 0,
     return header;
 }
 
-#ifdef TESSEL_SAMPLE_FILE
 // The sample that the build writes: NITF 2.10 with two images, a text and a DES.
 inline std::string sampleBytes() {
     return readFile(TESSEL_SAMPLE_FILE);
 }
-#endif
 
 // ---------------------------------------------------------------------------------------
 // Every log line while in scope, with "[CACHE]" lines switched on.

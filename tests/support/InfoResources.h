@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include "support/TestPaths.h"
 
 namespace tessel_test {
 

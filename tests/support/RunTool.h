@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdio>
 #include <string>
+#include "support/TestPaths.h"
 
 namespace tessel_test {
 

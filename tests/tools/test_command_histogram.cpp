@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support/RunTool.h"
+#include "support/TestPaths.h"
 
 using tessel_test::runTool;
 

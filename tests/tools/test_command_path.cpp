@@ -9,6 +9,7 @@
 
 #include "support/InfoResources.h"
 #include "support/RunTool.h"
+#include "support/TestPaths.h"
 #include "tests/paths/dictionary_files_support.h"
 
 using tessel_test::runTool;

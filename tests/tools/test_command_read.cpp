@@ -11,6 +11,7 @@
 #include "support/FileTestSupport.h"
 #include "support/RasterFiles.h"
 #include "support/RunTool.h"
+#include "support/TestPaths.h"
 
 using tessel_test::readPng;
 using tessel_test::readTiff;

@@ -12,6 +12,7 @@
 #include "support/FileTestSupport.h"
 #include "support/RunTool.h"
 #include "support/TempConfig.h"
+#include "support/TestPaths.h"
 
 using tessel_test::runTool;
 

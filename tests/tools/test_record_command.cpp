@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/RunTool.h"
+#include "support/TestPaths.h"
 #include "tessel/platform/base/lumo_codec.h"
 
 namespace {

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "support/TestPaths.h"
 #include "tessel/platform/nitf.h"
 
 namespace nitf_test {

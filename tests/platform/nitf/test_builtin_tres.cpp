@@ -17,6 +17,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/nitf/tres/BuiltinTREs.h"
+#include "support/TestPaths.h"
 #include "tessel/platform/nitf.h"
 
 namespace {

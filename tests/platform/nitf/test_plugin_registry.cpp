@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/TestPaths.h"
 #include "tessel/platform/nitf.h"
 
 namespace {

@@ -68,3 +68,24 @@ function(tessel_precompile_test_headers target)
       <future> <map> <memory> <mutex> <set> <sstream> <string> <thread> <vector>)
   endif()
 endfunction()
+
+# tessel_add_test_suites(TARGET LABEL): one CTest test per GoogleTest suite of TARGET, found
+# after each link. A suite runs in one process: a process per test costs more in starting
+# a sanitized program than most tests take to run.
+function(tessel_add_test_suites target label)
+  set(suites_file ${CMAKE_CURRENT_BINARY_DIR}/${target}_suites.cmake)
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -DTEST_EXECUTABLE=$<TARGET_FILE:${target}>
+            -DCTEST_FILE=${suites_file} -DLABEL=${label}
+            -P ${PROJECT_SOURCE_DIR}/cmake/GTestSuites.cmake
+    BYPRODUCTS ${suites_file}
+    VERBATIM)
+  set(include_file ${CMAKE_CURRENT_BINARY_DIR}/${target}_include.cmake)
+  file(WRITE ${include_file}
+    "if(EXISTS [=[${suites_file}]=])\n"
+    "  include([=[${suites_file}]=])\n"
+    "else()\n"
+    "  add_test([=[${target}_NOT_BUILT]=] [=[${target}_NOT_BUILT]=])\n"
+    "endif()\n")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${include_file})
+endfunction()

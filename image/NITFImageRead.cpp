@@ -104,11 +104,14 @@ bool NITFImage::readBlock(uint32_t x, uint32_t y, int band, std::vector<uint8_t>
         if (!tile || !tile->hasBuffer()) {
             return false;
         }
+        // Samples of 0 bits (NBPP 0) make empty blocks: nothing to copy.
         const uint64_t bytes = d_->tileFactory->getBlockBytes();
         if (out.size() < bytes) {
             out.resize(bytes);
         }
-        std::memcpy(out.data(), tile->getBuffer(), bytes);
+        if (bytes != 0) {
+            std::memcpy(out.data(), tile->getBuffer(), bytes);
+        }
         return true;
     } catch (const std::exception&) {
         return false;

@@ -133,6 +133,24 @@ TEST(ImageFailures, ZeroBlockSizeRefusesRegionsAndHistograms) {
     EXPECT_FALSE(opened->calculateHistogram(0, histogram));
 }
 
+TEST(ImageFailures, ZeroBitSamplesGiveEmptyBlocks) {
+    // NBPP 0 leaves the blocks without bytes; reading one copies nothing and fails nothing.
+    // The error factory of a codec nobody decodes keeps that geometry.
+    file_test::TempDir dir;
+    image_test::ImageLayout layout = image_test::gridLayout(image_test::Grid{});
+    layout.nbpp = 0;
+    layout.imode = "P";
+    layout.ic = "C1";
+    layout.comrat = "1.0";
+    image_test::ImageFileBuilder().add(layout).write(dir / "a.ntf");
+    const auto opened = image_test::openImage(dir / "a.ntf");
+    ASSERT_TRUE(opened.image);
+    ASSERT_EQ(opened->getBytesPerPixel(), 0u);
+    std::vector<uint8_t> out;
+    EXPECT_TRUE(opened->readBlock(0, 0, 0, out));
+    EXPECT_TRUE(out.empty());
+}
+
 TEST(ImageCacheLog, MissThenHitAreLoggedWhenCacheUsageIsOn) {
     file_test::TempDir dir;
     image_test::writeGrid(dir / "a.ntf", image_test::Grid{});

@@ -18,8 +18,7 @@
 #include <tuple>
 #include <vector>
 
-#include "platform/nitf/nitf_test_files.h"
-#include "platform/nitf/sha256.h"
+#include "support/GdalOracle.h"
 #include "support/TestPaths.h"
 #include "tessel/core/NITFMessages.h"
 #include "tessel/core/NITFURI.h"
@@ -33,129 +32,37 @@ namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using tessel_test::DecodedImage;
+using tessel_test::gdalAvailable;
+using tessel_test::gdalDigests;
 
 const fs::path shared = TESSEL_SHARED_DIR;
 const fs::path fixtures = shared / "fixtures";
 const fs::path corpus = shared / "corpus";
-const char* const python = "/usr/bin/python3";
 
-std::string field(const nitf_Field* value) {
-    if (value == nullptr || value->raw == nullptr) {
-        return {};
-    }
-    std::string text(value->raw, value->length);
-    const size_t last = text.find_last_not_of(' ');
-    return last == std::string::npos ? std::string() : text.substr(0, last + 1);
+bool isUncompressed(Tessel::eCompressionType compression) {
+    return compression == Tessel::eCompressionNC || compression == Tessel::eCompressionNM;
 }
 
-// What we decode from one image: each band's digest, and the subheader fields that decide
-// which comparison applies.
-struct OurImage {
-    std::string error;
-    Tessel::eCompressionType compression = Tessel::eCompressionUnknown;
-    std::string imode;
-    std::string nbpp;
-    lumo_pixel::type pixelType = lumo_pixel::unknown;
-    uint32_t width = 0, height = 0, bytesPerPixel = 0;
-    std::vector<std::vector<uint8_t>> bands;
-
-    bool uncompressed() const {
-        return compression == Tessel::eCompressionNC || compression == Tessel::eCompressionNM;
-    }
-    std::string digest(size_t band) const { return nitf_test::sha256Hex(bands[band]); }
-};
-
-std::vector<OurImage> readImages(const fs::path& path) {
-    Tessel::NITFMessages messages;
-    const auto context =
-        Tessel::NITFFactory::get().open(Tessel::NITFURI(std::string_view(path.string())), messages);
-    std::vector<OurImage> images(context ? context.getNumberImages() : 0);
-    if (!context) {
-        return images;
-    }
-    Tessel::NITFFile& file = context.getFile();
-    {
-        const auto lock = file.getPrivate()->lockRecord();
-        size_t index = 0;
-        for (nrt_ListNode* node = file.getPrivate()->getRecord()->images->first;
-             node != nullptr && index < images.size(); node = node->next, ++index) {
-            const auto* subheader = static_cast<nitf_ImageSegment*>(node->data)->subheader;
-            images[index].imode = field(subheader->imageMode);
-            images[index].nbpp = field(subheader->numBitsPerPixel);
-        }
-    }
-    for (size_t index = 0; index < images.size(); ++index) {
-        OurImage& ours = images[index];
-        try {
-            Tessel::ImageOptions options;
-            options.segment = static_cast<int32_t>(index);
-            const auto image = file.getImage(options);
-            if (!image) {
-                ours.error = "no image";
-                continue;
-            }
-            ours.compression = image->getCompressionType();
-            ours.pixelType = image->getPixelType();
-            ours.width = image->getWidth();
-            ours.height = image->getHeight();
-            ours.bytesPerPixel = image->getBytesPerPixel();
-            if (!ours.uncompressed()) {
-                continue;
-            }
-            for (uint32_t band = 0; band < image->getNumBands(); ++band) {
-                std::vector<uint8_t> out;
-                if (!image->readRegionViaPixels(0, 0, ours.width, ours.height, ours.width,
-                                                ours.height, {static_cast<int>(band)}, out)) {
-                    ours.error = "read of band " + std::to_string(band) + " failed";
-                }
-                ours.bands.push_back(std::move(out));
-            }
-        } catch (const std::exception& error) {
-            ours.error = error.what();
-        }
-    }
-    return images;
+std::vector<DecodedImage> readImages(const fs::path& path) {
+    return tessel_test::decodeImages(path, isUncompressed);
 }
 
-bool gdalAvailable() {
-    const std::string command = std::string(python) + " -c 'import osgeo.gdal' 2>/dev/null";
-    return fs::exists(python) && std::system(command.c_str()) == 0;
-}
-
-// GDAL's digests of many files at once, from one run of the helper script.
-json gdalDigests(const std::vector<fs::path>& files) {
-    std::string command =
-        std::string(python) + " '" + TESSEL_SOURCE_DIR + "/tests/image/gdal_band_digests.py'";
-    for (const auto& file : files) {
-        command += " '" + file.string() + "'";
-    }
-    command += " 2>/dev/null";
-    std::string out;
-    if (FILE* pipe = popen(command.c_str(), "r"); pipe != nullptr) {
-        char buffer[65536];
-        size_t count = 0;
-        while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-            out.append(buffer, count);
-        }
-        pclose(pipe);
-    }
-    return json::parse(out, nullptr, false);
-}
-
-bool isRowInterleaved(const OurImage& image) {
+bool isRowInterleaved(const DecodedImage& image) {
     return image.imode == "R";
 }
-bool isTwelveBit(const OurImage& image) {
+bool isTwelveBit(const DecodedImage& image) {
     return image.nbpp == "12";
 }
-bool isComplexPair(const OurImage& image, size_t gdalBands) {
+bool isComplexPair(const DecodedImage& image, size_t gdalBands) {
     return (image.pixelType == lumo_pixel::complex_integer ||
             image.pixelType == lumo_pixel::complex_float) &&
            image.bands.size() == 1 && gdalBands == 2;
 }
 
 // Compares one image with GDAL's digests of it; returns false when it was left out.
-bool compareWithGdal(const fs::path& path, size_t index, const OurImage& ours, const json& gdal) {
+bool compareWithGdal(const fs::path& path, size_t index, const DecodedImage& ours,
+                     const json& gdal) {
     const std::string where = path.string() + " image " + std::to_string(index);
     if (!gdal.is_object() || gdal.contains("error") || !ours.uncompressed() ||
         isRowInterleaved(ours) || isTwelveBit(ours)) {
@@ -176,31 +83,6 @@ bool compareWithGdal(const fs::path& path, size_t index, const OurImage& ours, c
     return true;
 }
 
-std::vector<fs::path> fixtureFiles() {
-    std::ifstream in(fixtures / "manifest.json");
-    const json manifest = json::parse(in, nullptr, false);
-    std::vector<fs::path> files;
-    for (const auto& entry : manifest["fixtures"]) {
-        files.push_back(fixtures / entry["file"].get<std::string>());
-    }
-    return files;
-}
-
-// The sidecar's digests in the helper's form, so that both sources compare alike.
-json sidecarDigests(const fs::path& file) {
-    std::ifstream in(fs::path(file).replace_extension(".json"));
-    const json sidecar = json::parse(in, nullptr, false);
-    json images = json::array();
-    for (const auto& image : sidecar["images"]) {
-        json bands = json::array();
-        for (const auto& band : image["bands"]) {
-            bands.push_back(band["sha256_readraster"]);
-        }
-        images.push_back({{"size", image["size"]}, {"bands", bands}, {"pair", nullptr}});
-    }
-    return images;
-}
-
 TEST(PixelsAgainstGdal, UncompressedFixturesEqualGdalsDecoding) {
     if (!fs::exists(fixtures / "manifest.json")) {
         GTEST_SKIP() << "no fixtures at " << fixtures;
@@ -209,9 +91,9 @@ TEST(PixelsAgainstGdal, UncompressedFixturesEqualGdalsDecoding) {
     const bool gdal = gdalAvailable();
     size_t compared = 0;
     std::map<std::string, size_t> skipped;
-    for (const auto& file : fixtureFiles()) {
+    for (const auto& file : tessel_test::fixtureFiles()) {
         const auto ours = readImages(file);
-        json theirs = sidecarDigests(file);
+        json theirs = tessel_test::sidecarDigests(file);
         for (size_t index = 0; index < ours.size() && index < theirs.size(); ++index) {
             if (!ours[index].uncompressed()) {
                 ++skipped[std::string(Tessel::ToString(ours[index].compression))];
@@ -242,17 +124,7 @@ TEST(PixelsAgainstGdal, UncompressedCorpusImagesEqualGdalsDecoding) {
         GTEST_SKIP() << "GDAL's Python bindings are not installed";
     }
     // Files with at least one NC or NM image that GDAL opens as NITF.
-    std::vector<fs::path> files;
-    for (auto& row : nitf_test::readTable(corpus / "MANIFEST.tsv")) {
-        const std::string compressions = "," + row["compressions"] + ",";
-        const bool uncompressed = compressions.find(",NC,") != std::string::npos ||
-                                  compressions.find(",NM,") != std::string::npos;
-        const std::string status = row["gdal_reads_ok"];
-        if (uncompressed &&
-            (status.rfind("yes (NITF", 0) == 0 || status.rfind("partial", 0) == 0)) {
-            files.push_back(corpus / row["relative_path"]);
-        }
-    }
+    const std::vector<fs::path> files = tessel_test::corpusFilesWith({"NC", "NM"});
     ASSERT_FALSE(files.empty());
     const json gdal = gdalDigests(files);
     ASSERT_TRUE(gdal.is_object()) << "the GDAL helper gave no JSON";

@@ -87,7 +87,7 @@ void listLibraryVersions(const std::map<std::string, std::string>& /*options*/,
 }
 
 const bool kLibraryVersionsRegistered = [] {
-    registerVersionCB("tessel", "Library and dependency versions", listLibraryVersions);
+    registerVersionCB("modules", "List relevant modules and versions", listLibraryVersions);
     return true;
 }();
 

@@ -50,8 +50,8 @@ TEST(TesselCommand, VersionsListIsJsonWithLibraryVersions) {
     const auto result = runTool("versions");
     ASSERT_EQ(result.status, 0);
     const auto listings = nlohmann::json::parse(result.out);
-    ASSERT_TRUE(listings.contains("tessel"));
-    EXPECT_TRUE(listings["tessel"]["value"].contains("openjpeg"));
+    ASSERT_TRUE(listings.contains("modules"));
+    EXPECT_TRUE(listings["modules"]["value"].contains("openjpeg"));
     EXPECT_NE(runTool("versions no-such-listing 2>/dev/null").status, 0);
 }
 

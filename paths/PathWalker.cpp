@@ -227,13 +227,14 @@ private:
         out_ += '"';
     }
 
-    // Null fields and empty containers are left out with their separator. A container
-    // past the depth limit is written as a marker without being entered.
-    bool skipped(Node& child, int childLevel) {
+    // Null fields and empty containers are left out with their separator, and emptiness is
+    // looked at before the depth limit: only a container with content past the limit is
+    // written as a marker.
+    bool skipped(Node& child) {
         if (isNullField(child)) {
             return true;
         }
-        if (!isContainer(child) || child.isXML() || childLevel > depth_) {
+        if (!isContainer(child) || child.isXML()) {
             return false;
         }
         return enteredIsEmpty(child, messages_, path_);
@@ -244,7 +245,7 @@ private:
         bool first = true;
         for (auto& [name, child] : dict) {
             path_.push_back(name);
-            if (!skipped(child, level + 1)) {
+            if (!skipped(child)) {
                 if (!first) {
                     out_ += ',';
                 }

@@ -246,8 +246,7 @@ TEST(PathRenderJSON, ArrayElementsHaveNoKeyAndGapsAreNull) {
 
 TEST_F(PathRenderTest, JSONDepthLimitsNesting) {
     EXPECT_EQ(narrow(read("/?format=JSON&depth=1")),
-              R"({"Version": "02.10","FileHeader": "...object...","Images": "...array...",)"
-              R"("Data": "...object..."})");
+              R"({"Version": "02.10","FileHeader": "...object...","Images": "...array..."})");
     EXPECT_EQ(narrow(read("/?format=JSON&depth=0")), R"("...object...")");
     EXPECT_EQ(narrow(read("/Images?format=JSON&depth=0")), R"("...array...")");
     const auto two = nlohmann::json::parse(narrow(read("/?format=JSON&depth=2")));
@@ -258,10 +257,18 @@ TEST_F(PathRenderTest, JSONDepthLimitsNesting) {
     EXPECT_EQ(three["Images"][0]["Comments"], "...array...");
 }
 
-TEST_F(PathRenderTest, DepthLimitLeavesDeeperProvidersUnasked) {
+TEST_F(PathRenderTest, EmptyContainerPastTheDepthLimitIsLeftOutWithoutAMarker) {
+    // "Data" is an empty dictionary: it is left out before the limit is looked at.
+    const auto one = nlohmann::json::parse(narrow(read("/?format=JSON&depth=1")));
+    EXPECT_FALSE(one.contains("Data"));
+    EXPECT_EQ(one["FileHeader"], "...object...");
+}
+
+TEST_F(PathRenderTest, DepthLimitAsksContainersPastItOnlyWhetherTheyHoldAnything) {
     read("/?format=JSON&depth=1");
-    EXPECT_EQ(tree.calls.fileHeader, 0);
-    EXPECT_EQ(tree.calls.images, 0);
+    EXPECT_EQ(tree.calls.fileHeader, 1);
+    EXPECT_EQ(tree.calls.images, 1);
+    EXPECT_EQ(tree.calls.image, 0);
 }
 
 TEST(PathRenderJSON, TextIsEscaped) {

@@ -40,17 +40,14 @@ PathContext::FormatType formatOf(std::string_view name) {
 }
 
 // The description of the field that the part of the path before "@Info" names; a path
-// that is nothing but the word describes nothing.
+// that is nothing but the word describes nothing. A field without a description is the
+// empty text, not the empty value, so the forms with a fallback give that text.
 any_type::value describeField(std::string_view path, size_t word) {
     const std::string_view rest = path.substr(0, word);
     if (rest.empty()) {
         return {};
     }
-    std::string text = NITFInfo::get().readJSON(NITFInfo::getInfoPath(rest));
-    if (text.empty()) {
-        return {};
-    }
-    return text;
+    return NITFInfo::get().readJSON(NITFInfo::getInfoPath(rest));
 }
 
 std::string doubleText(double value) {

@@ -138,7 +138,19 @@ TEST(NITFFilePaths, InfoOfANameGivesTheWholeDescription) {
     const auto file = openSample();
     const Json document = Json::parse(file->getPathString(0, "USE00A/@Info", ""));
     EXPECT_TRUE(document.contains("Fields"));
-    EXPECT_EQ(file->getPath(0, "NO_SUCH_TRE/X/@Info").index(), any_type::tag_empty);
+}
+
+TEST(NITFFilePaths, InfoWithoutADescriptionIsEmptyTextNotTheFallback) {
+    tessel_test::infoResourceFolder();
+    const auto file = openSample();
+    const any_type::value value = file->getPath(0, "NO_SUCH_TRE/X/@Info");
+    ASSERT_EQ(value.index(), any_type::tag_string);
+    EXPECT_EQ(std::get<std::string>(value), "");
+    EXPECT_EQ(file->getPathString(0, "NO_SUCH_TRE/X/@Info", "fallback"), "");
+    const any_type::value withFallback =
+        file->getPath(0, "NO_SUCH_TRE/X/@Info", any_type::value(std::string("fallback")));
+    ASSERT_EQ(withFallback.index(), any_type::tag_string);
+    EXPECT_EQ(std::get<std::string>(withFallback), "");
 }
 
 // --- the whole file ----------------------------------------------------------------------

@@ -34,13 +34,11 @@ std::optional<int64_t> parseInteger(const std::wstring& text) {
     if (text.empty()) {
         return std::nullopt;
     }
+    // One leading "+" is skipped; what follows is wcstoll's to judge, leading white space
+    // and a sign included.
     const wchar_t* begin = text.c_str();
     if (*begin == L'+') {
         ++begin;
-    }
-    // wcstoll would skip leading white space and take a second sign: refuse both.
-    if (*begin == L'\0' || std::iswspace(static_cast<wint_t>(*begin)) || *begin == L'+') {
-        return std::nullopt;
     }
     wchar_t* end = nullptr;
     errno = 0;
@@ -66,6 +64,20 @@ std::optional<double> parseDouble(std::string_view text) {
     return result;
 }
 
+// Wide text is read by wcstod as it stands: no "+" is skipped ahead of it, and the whole
+// text must be consumed.
+std::optional<double> parseDouble(const std::wstring& text) {
+    if (text.empty()) {
+        return std::nullopt;
+    }
+    wchar_t* end = nullptr;
+    const double result = std::wcstod(text.c_str(), &end);
+    if (end == text.c_str() || *end != L'\0') {
+        return std::nullopt;
+    }
+    return result;
+}
+
 bool equalsWordIgnoringCase(std::string_view text, std::string_view word) {
     if (text.size() != word.size()) {
         return false;
@@ -78,20 +90,35 @@ bool equalsWordIgnoringCase(std::string_view text, std::string_view word) {
     return true;
 }
 
-std::optional<bool> textToBoolean(const std::string& text) {
-    if (text.empty()) {
-        return std::nullopt;
-    }
+bool isTrueWord(std::string_view text) {
     for (std::string_view word : {"true", "yes", "on"}) {
         if (equalsWordIgnoringCase(text, word)) {
             return true;
         }
     }
-    const auto number = parseDouble(text);
+    return false;
+}
+
+std::optional<bool> numberToBoolean(std::optional<double> number) {
     if (!number) {
         return std::nullopt;
     }
     return *number != 0.0 || std::isnan(*number);
+}
+
+std::optional<bool> textToBoolean(const std::string& text) {
+    if (text.empty()) {
+        return std::nullopt;
+    }
+    return isTrueWord(text) ? std::optional<bool>(true) : numberToBoolean(parseDouble(text));
+}
+
+std::optional<bool> textToBoolean(const std::wstring& text) {
+    if (text.empty()) {
+        return std::nullopt;
+    }
+    return isTrueWord(std::to_string(text)) ? std::optional<bool>(true)
+                                            : numberToBoolean(parseDouble(text));
 }
 
 }  // namespace
@@ -131,7 +158,7 @@ std::optional<bool> to_boolean(const value& v) {
         case tag_string:
             return textToBoolean(std::get<std::string>(v));
         case tag_wstring:
-            return textToBoolean(std::to_string(std::get<std::wstring>(v)));
+            return textToBoolean(std::get<std::wstring>(v));
         default:
             return std::nullopt;
     }

@@ -110,7 +110,6 @@ TEST(ValueConversions, TextToInteger) {
     EXPECT_FALSE(any_type::to_integer(std::string("12 ")));
     EXPECT_FALSE(any_type::to_integer(std::string("")));
     EXPECT_EQ(any_type::to_integer(std::wstring(L"+12")), 12);
-    EXPECT_FALSE(any_type::to_integer(std::wstring(L" 12")));
     EXPECT_EQ(any_type::to_integer(2.9), 2);
     EXPECT_EQ(any_type::to_integer(-2.9), -2);
     EXPECT_EQ(any_type::to_integer(true), 1);
@@ -126,6 +125,28 @@ TEST(ValueConversions, TextToBoolean) {
     EXPECT_EQ(any_type::to_boolean(std::string("+2.5")), true);
     EXPECT_EQ(any_type::to_boolean(std::numeric_limits<double>::quiet_NaN()), true);
     EXPECT_FALSE(any_type::to_boolean(std::string("")));
+}
+
+TEST(ValueConversions, WideTextToIntegerFollowsWcstollAfterOnePlus) {
+    EXPECT_EQ(any_type::to_integer(std::wstring(L" 12")), 12);
+    EXPECT_EQ(any_type::to_integer(std::wstring(L"+ 12")), 12);
+    EXPECT_EQ(any_type::to_integer(std::wstring(L"+-3")), -3);
+    EXPECT_FALSE(any_type::to_integer(std::wstring(L"12 ")));
+    EXPECT_FALSE(any_type::to_integer(std::wstring(L"+")));
+    // The narrow form takes no white space.
+    EXPECT_FALSE(any_type::to_integer(std::string(" 12")));
+}
+
+TEST(ValueConversions, WideTextToBooleanReadsTheNumberAsItStands) {
+    // No "+" is skipped ahead of the number, so only the number's own sign is taken.
+    EXPECT_EQ(any_type::to_boolean(std::wstring(L"+2.5")), true);
+    EXPECT_EQ(any_type::to_boolean(std::wstring(L"+0")), false);
+    EXPECT_FALSE(any_type::to_boolean(std::wstring(L"++1")));
+    EXPECT_EQ(any_type::to_boolean(std::wstring(L" 1")), true);
+    EXPECT_FALSE(any_type::to_boolean(std::wstring(L"off")));
+    // The narrow form skips one "+" and takes no white space.
+    EXPECT_FALSE(any_type::to_boolean(std::string("++1")));
+    EXPECT_FALSE(any_type::to_boolean(std::string(" 1")));
 }
 
 TEST(ValueConversions, DecodeJsonScalars) {

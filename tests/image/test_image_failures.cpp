@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <regex>
 #include <stdexcept>
+#include <thread>
 
 #include "support/FileTestSupport.h"
 #include "support/ImageFileBuilder.h"
@@ -29,10 +32,26 @@ public:
     bool load(TileGroup&) override { return true; }
 };
 
+// Block (0, 0) loads without a buffer; every other block takes a while and is counted.
+std::atomic<int> slowLoadsDone{0};
+
+class SlowTile : public Tile {
+public:
+    using Tile::Tile;
+    bool load(TileGroup&) override {
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        allocateBuffer();
+        ++slowLoadsDone;
+        return true;
+    }
+};
+
+enum class Breakage { throws, bufferless, firstBufferless };
+
 // An 8 x 8 grid of 4 x 4 blocks of one 8-bit band.
 class BrokenFactory : public TileFactory {
 public:
-    explicit BrokenFactory(bool throws) : throws_(throws) {}
+    explicit BrokenFactory(Breakage breakage) : breakage_(breakage) {}
     std::map<std::string, std::string> getCompressionInfo() const override { return {}; }
     bool hasInternalLevel(uint32_t) const override { return false; }
     lumo_pixel::pixel getNoData() const override { return lumo_pixel::pixel::none(); }
@@ -49,16 +68,18 @@ public:
     uint64_t getBlockBytes() const override { return 16; }
     TileGroup createTiles(const tile_id& id) const override {
         std::shared_ptr<Tile> tile;
-        if (throws_) {
+        if (breakage_ == Breakage::throws) {
             tile = std::make_shared<ThrowingTile>(id);
-        } else {
+        } else if (breakage_ == Breakage::bufferless || (id.x == 0 && id.y == 0)) {
             tile = std::make_shared<BufferlessTile>(id);
+        } else {
+            tile = std::make_shared<SlowTile>(id);
         }
         return {{id, tile}};
     }
 
 private:
-    bool throws_;
+    Breakage breakage_;
 };
 
 void registerBrokenMaker() {
@@ -67,8 +88,14 @@ void registerBrokenMaker() {
             "test_broken",
             [](const NITFImage* image, const ImageOptions&) -> std::unique_ptr<TileFactory> {
                 const std::string category = image->getImageCategory();
-                if (category == "THROWS" || category == "NOBUFFER") {
-                    return std::make_unique<BrokenFactory>(category == "THROWS");
+                if (category == "THROWS") {
+                    return std::make_unique<BrokenFactory>(Breakage::throws);
+                }
+                if (category == "NOBUFFER") {
+                    return std::make_unique<BrokenFactory>(Breakage::bufferless);
+                }
+                if (category == "PARTIAL") {
+                    return std::make_unique<BrokenFactory>(Breakage::firstBufferless);
                 }
                 return nullptr;
             });
@@ -110,6 +137,19 @@ TEST(ImageFailures, TileWithoutBufferMakesReadsFalse) {
     EXPECT_FALSE(opened->readRegionViaPixels(2, 2, 4, 4, 4, 4, {0}, out));
     NITFImage::Histogram histogram;
     EXPECT_FALSE(opened->calculateHistogram(0, histogram));
+}
+
+TEST(ImageFailures, TileWithoutBufferFailsTheRegionOnlyOnceItsOtherTilesHaveSettled) {
+    // The read gives false on the first tile without a buffer, but not before the loads it
+    // queued are over: they work on the image's decoder, which the caller may destroy as
+    // soon as the read returns.
+    file_test::TempDir dir;
+    const auto opened = openBroken(dir, "PARTIAL");
+    ASSERT_TRUE(opened.image);
+    slowLoadsDone = 0;
+    std::vector<uint8_t> out;
+    EXPECT_FALSE(opened->readRegionViaPixels(0, 0, 8, 8, 8, 8, {0}, out));
+    EXPECT_EQ(slowLoadsDone.load(), 3);
 }
 
 TEST(ImageFailures, ZeroBlockSizeRefusesRegionsAndHistograms) {

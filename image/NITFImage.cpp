@@ -369,7 +369,13 @@ NITFImage::NITFImage(const std::shared_ptr<NITFFile>& file, const ImageOptions& 
     }
 }
 
-NITFImage::~NITFImage() = default;
+NITFImage::~NITFImage() {
+    // A region read that failed early may leave loads of this image queued: they must be
+    // over, or turned away, before the decoder goes.
+    if (d_ && d_->tileFactory) {
+        d_->tileFactory->closeLoads();
+    }
+}
 
 std::shared_ptr<NITFImage> NITFImage::openPyramidLevel(uint32_t level) const {
     const std::shared_ptr<NITFFile> file = d_->file.lock();

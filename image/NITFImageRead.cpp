@@ -220,7 +220,8 @@ bool NITFImage::readRegionViaPixels(uint32_t x, uint32_t y, uint32_t width, uint
                         }
                         const std::shared_ptr<Tile> tile = pool->awaitTile(found->second);
                         if (!tile || !tile->hasBuffer()) {
-                            pool->waitAll(tiles);  // no work of this call outlives it
+                            // At once: the other tiles go on in the pool, and the image's
+                            // load gate keeps them from outliving its decoder.
                             return false;
                         }
                         if (!isCopyableSampleSize(sampleBytes)) {

@@ -99,6 +99,9 @@ const bool codecListingRegistered = [] {
 }  // namespace
 
 TileFactory::~TileFactory() {
+    // Owners close the gate while the whole factory stands; this is the last stop for
+    // queued loads of a factory nobody closed.
+    loadGate_->close();
     try {
         TilePool::get()->clearCache(this);
     } catch (...) {

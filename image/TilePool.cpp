@@ -146,15 +146,30 @@ TilePool::TileFutures TilePool::queueTiles(const std::list<tile_id>& ids) {
     TileFutures queued = impl_->threads->queue_tasks([this, &pending] {
         TileThreadPool::task_list tasks;
         for (const tile_id& id : pending) {
-            tasks.emplace_back(id, TileThreadPool::task_type(
-                                       [this, id](lumo_concurrency::execution_context& context) {
-                                           return getTile(id, context);
-                                       }));
+            // The gate is taken while the factory is alive: the task may run after it.
+            std::shared_ptr<TileLoadGate> gate = id.factory->loadGate();
+            tasks.emplace_back(
+                id, TileThreadPool::task_type([this, id, gate = std::move(gate)](
+                                                  lumo_concurrency::execution_context& context) {
+                    return getTileThroughGate(id, *gate, context);
+                }));
         }
         return tasks;
     });
     queued.merge(decoded);
     return queued;
+}
+
+std::shared_ptr<Tile> TilePool::getTileThroughGate(const tile_id& id, TileLoadGate& gate,
+                                                   lumo_concurrency::execution_context& context) {
+    if (!gate.enter()) {
+        return nullptr;  // the factory is going; nobody waits for this tile any more
+    }
+    struct Leave {
+        TileLoadGate& gate;
+        ~Leave() { gate.leave(); }
+    } leave{gate};
+    return getTile(id, context);
 }
 
 std::shared_ptr<Tile> TilePool::decodedTile(const tile_id& id) {

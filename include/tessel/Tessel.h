@@ -25,6 +25,7 @@
 #include "tessel/image/NITFTileFactory.h"
 #include "tessel/image/Tile.h"
 #include "tessel/image/TileFactory.h"
+#include "tessel/image/TileLoadGate.h"
 #include "tessel/image/TilePool.h"
 #include "tessel/io/IOBlock.h"
 #include "tessel/io/IOPool.h"

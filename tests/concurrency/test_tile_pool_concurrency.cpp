@@ -221,3 +221,46 @@ TEST(TilePoolConcurrency, UncompressedImagesOfOneFileReadInParallel) {
     }
     EXPECT_EQ(wrong, 0);
 }
+
+// A factory's owner closes its load gate before the factory goes: the load running then
+// finishes first, and the loads still queued are turned away without touching it.
+TEST(TileLoadGate, ClosingWaitsForTheRunningLoadsAndTurnsTheQueuedOnesAway) {
+    // Two workers hold the loads of columns 0 and 1; columns 2 and 3 stay queued.
+    auto pool = TilePool::makeForTesting(2, 60000);
+    ASSERT_EQ(pool->numThreads(), 2u);
+    TestTileFactory::Grid grid;
+    grid.blocksX = 4;
+    grid.blocksY = 1;
+    TestTileFactory factory(grid);
+    factory.behaviour.close();
+    auto futures = pool->queueTiles(
+        {{&factory, 0, 0, 0}, {&factory, 1, 0, 0}, {&factory, 2, 0, 0}, {&factory, 3, 0, 0}});
+    ASSERT_TRUE(eventually([&] { return factory.behaviour.waiting == 2; }));
+
+    auto closing = std::async(std::launch::async, [&] { factory.closeLoads(); });
+    ASSERT_TRUE(eventually([&] { return factory.loadGate()->isClosed(); }));
+    EXPECT_EQ(closing.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout)
+        << "the gate closed while loads were inside";
+    factory.behaviour.open();
+    ASSERT_EQ(closing.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+
+    for (uint32_t x = 0; x < 4; ++x) {
+        const tile_id id{&factory, x, 0, 0};
+        const bool loaded = futures[id].get() != nullptr;
+        EXPECT_EQ(loaded, x < 2) << x;
+    }
+    EXPECT_EQ(factory.behaviour.loads, 2);
+    pool->clearCache(&factory);
+}
+
+TEST(TileLoadGate, AClosedGateStillLetsTheOwnerDecodeOnItsOwnThread) {
+    // Closing concerns queued work only; a direct getTile is the owner's own call.
+    auto pool = TilePool::makeForTesting(1, 60000);
+    TestTileFactory factory(TestTileFactory::Grid{});
+    factory.closeLoads();
+    lumo_concurrency::execution_context_fg context;
+    const auto tile = pool->getTile({&factory, 0, 0, 0}, context);
+    ASSERT_NE(tile, nullptr);
+    EXPECT_EQ(factory.behaviour.loads, 1);
+    pool->clearCache(&factory);
+}

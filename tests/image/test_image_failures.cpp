@@ -139,17 +139,16 @@ TEST(ImageFailures, TileWithoutBufferMakesReadsFalse) {
     EXPECT_FALSE(opened->calculateHistogram(0, histogram));
 }
 
-TEST(ImageFailures, TileWithoutBufferFailsTheRegionOnlyOnceItsOtherTilesHaveSettled) {
-    // The read gives false on the first tile without a buffer, but not before the loads it
-    // queued are over: they work on the image's decoder, which the caller may destroy as
-    // soon as the read returns.
+TEST(ImageFailures, TileWithoutBufferFailsTheRegionAtOnce) {
+    // The read gives false on the first tile without a buffer, without waiting for the other
+    // loads it queued (each takes 30 ms): they go on in the pool.
     file_test::TempDir dir;
     const auto opened = openBroken(dir, "PARTIAL");
     ASSERT_TRUE(opened.image);
     slowLoadsDone = 0;
     std::vector<uint8_t> out;
     EXPECT_FALSE(opened->readRegionViaPixels(0, 0, 8, 8, 8, 8, {0}, out));
-    EXPECT_EQ(slowLoadsDone.load(), 3);
+    EXPECT_LT(slowLoadsDone.load(), 3);
 }
 
 TEST(ImageFailures, ZeroBlockSizeRefusesRegionsAndHistograms) {

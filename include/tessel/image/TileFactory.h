@@ -13,6 +13,7 @@
 
 #include "tessel/image/ImageOptions.h"
 #include "tessel/image/Tile.h"
+#include "tessel/image/TileLoadGate.h"
 #include "tessel/platform/base/lumo_pixel.h"
 
 namespace Tessel {
@@ -56,12 +57,18 @@ public:
     // The factory's one tile for blocks that can't be read: 0xFF bytes, failed_flag set.
     std::shared_ptr<Tile> errorTile() const;
 
+    // The gate of the loads the tile pool queues for this factory. The owner closes it
+    // before the factory goes: running loads finish, queued ones are turned away.
+    const std::shared_ptr<TileLoadGate>& loadGate() const { return loadGate_; }
+    void closeLoads() const { loadGate_->close(); }
+
 protected:
     TileFactory() = default;
 
 private:
     mutable std::shared_ptr<Tile> blank_;
     mutable std::shared_ptr<Tile> error_;
+    std::shared_ptr<TileLoadGate> loadGate_ = std::make_shared<TileLoadGate>();
 };
 
 using TileFactoryMaker =

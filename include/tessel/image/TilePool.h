@@ -15,6 +15,7 @@
 namespace Tessel {
 
 class TileFactory;
+class TileLoadGate;
 
 class TilePool {
 public:
@@ -58,6 +59,9 @@ private:
     TilePool();
     TilePool(int threads, int ttlMilliseconds);
 
+    // getTile for a queued task, inside its factory's load gate; nothing once it is closed.
+    std::shared_ptr<Tile> getTileThroughGate(const tile_id& id, TileLoadGate& gate,
+                                             lumo_concurrency::execution_context& context);
     // The cached tile of `id` when its group is decoded already; nothing otherwise.
     std::shared_ptr<Tile> decodedTile(const tile_id& id);
     // The tile of `id` in its group, or the factory's error tile.

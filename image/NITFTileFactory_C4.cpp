@@ -87,6 +87,12 @@ public:
         }
     }
 
+    // Entry `block` of the subframe offset table, which must be below subframeCount_.
+    uint64_t subframeOffset(uint64_t block) const {
+        return maskOffsets_.empty() ? block * kVqSubframeBytes
+                                    : uint64_t{maskOffsets_[static_cast<size_t>(block)]};
+    }
+
     // Expands the tile's subframe into `buffer`; false when it can't be read.
     bool decode(const tile_id& id, uint8_t* buffer) const;
 
@@ -107,24 +113,24 @@ private:
         }
     }
 
-    // The mask's subframe offsets when it has them, else subframes one after the other.
+    // The mask's subframe offsets when it has them, else subframes one after the other. The
+    // plain layout is computed, not stored, so that a claimed block count takes no memory; it
+    // stands until a whole mask table was read from the file.
     void loadSubframeOffsets(const std::vector<LocationTable>& tables,
                              const std::shared_ptr<NITFFile>& file, NITFMessages& messages) {
-        const uint64_t blocks = uint64_t{limit_.x} * limit_.y;
+        subframeCount_ = uint64_t{limit_.x} * limit_.y;
         RpfLocationReader mask(tables, kVqMaskSubsection, file, messages);
-        if (mask && mask.u16(0) == kVqMaskRecordLength) {
-            const size_t first = mask.u16(4) == kVqTransparentCodeBits ? 7 : 6;
-            // The whole table is fetched, and checked against the file, before it is kept.
-            mask.bytes(first, static_cast<size_t>(blocks) * 4);
-            subframeOffsets_.resize(blocks);
-            for (uint64_t i = 0; i < blocks; ++i) {
-                subframeOffsets_[i] = mask.u32(first + static_cast<size_t>(i) * 4);
-            }
+        if (!mask || mask.u16(0) != kVqMaskRecordLength) {
             return;
         }
-        subframeOffsets_.resize(blocks);
-        for (uint64_t i = 0; i < blocks; ++i) {
-            subframeOffsets_[i] = i * kVqSubframeBytes;
+        const size_t first = mask.u16(4) == kVqTransparentCodeBits ? 7 : 6;
+        // The whole table is fetched, and so checked against the file, before it is kept.
+        const uint8_t* entries = mask.bytes(first, static_cast<size_t>(subframeCount_) * 4);
+        maskOffsets_.resize(subframeCount_);
+        for (uint64_t i = 0; i < subframeCount_; ++i) {
+            const uint8_t* entry = entries + i * 4;
+            maskOffsets_[i] = (uint32_t{entry[0]} << 24) | (uint32_t{entry[1]} << 16) |
+                              (uint32_t{entry[2]} << 8) | uint32_t{entry[3]};
         }
     }
 
@@ -153,7 +159,8 @@ private:
     }
 
     std::unique_ptr<VqCodebooks> codebooks_;
-    std::vector<uint64_t> subframeOffsets_;
+    uint64_t subframeCount_ = 0;         // entries of the subframe offset table
+    std::vector<uint32_t> maskOffsets_;  // the mask's table; empty: block i at i times 6144
     bool masked_ = false;
     uint64_t spatialDataOffset_ = 0;  // 0: the frame has none
     std::string path_;
@@ -180,8 +187,8 @@ private:
 
 TileGroup NITFTileFactory_C4::createTiles(const tile_id& id) const {
     const int64_t block = blockNumber(id);
-    if (block >= 0 && static_cast<uint64_t>(block) < subframeOffsets_.size() &&
-        subframeOffsets_[static_cast<size_t>(block)] != kVqAbsentSubframe) {
+    if (block >= 0 && static_cast<uint64_t>(block) < subframeCount_ &&
+        subframeOffset(static_cast<uint64_t>(block)) != kVqAbsentSubframe) {
         return {{id, std::make_shared<NITFTile_C4>(id, this)}};
     }
     return {{id, blankTile()}};
@@ -213,13 +220,13 @@ bool NITFTileFactory_C4::decode(const tile_id& id, uint8_t* buffer) const {
         return false;
     }
     const int64_t block = blockNumber(id);
-    if (block < 0 || static_cast<uint64_t>(block) == subframeOffsets_.size()) {
+    if (block < 0 || static_cast<uint64_t>(block) == subframeCount_) {
         return false;
     }
-    if (static_cast<uint64_t>(block) > subframeOffsets_.size()) {
+    if (static_cast<uint64_t>(block) > subframeCount_) {
         throw std::out_of_range("subframe beyond the offset table");
     }
-    const uint64_t entry = subframeOffsets_[static_cast<size_t>(block)];
+    const uint64_t entry = subframeOffset(static_cast<uint64_t>(block));
     const uint64_t offset = spatialDataOffset_ + entry;
     // A subframe cut short by the end of the file fails rather than decode missing codes.
     if (entry == kVqAbsentSubframe || offset + kVqSubframeBytes > fileSize_) {

@@ -7,11 +7,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <type_traits>
+#include <variant>
 #include <vector>
 
 #include "platform/nitf/sha256.h"
@@ -120,6 +123,71 @@ TEST(VqAgainstGdal, CorpusFramesEqualGdalsDecoding) {
         "[ compared ] %zu vector quantised image(s) of %zu file(s), %zu band(s) with "
         "absent subframes\n",
         compared, files.size(), withBlankSubframes);
+    EXPECT_GE(compared, 12u);
+}
+
+// The red, green and blue of entry i of a colour map; grey tables give three equal values.
+std::array<int, 3> colourOf(const Tessel::ColorMap& map, size_t i) {
+    if (const auto* rgb = std::get_if<std::vector<std::array<uint8_t, 3>>>(&map)) {
+        return {(*rgb)[i][0], (*rgb)[i][1], (*rgb)[i][2]};
+    }
+    if (const auto* records = std::get_if<std::vector<std::array<uint8_t, 4>>>(&map)) {
+        return {(*records)[i][0], (*records)[i][1], (*records)[i][2]};
+    }
+    const auto& greys = std::get<std::vector<uint8_t>>(map);
+    return {greys[i], greys[i], greys[i]};
+}
+
+size_t entriesOf(const Tessel::ColorMap& map) {
+    return std::visit(
+        [](const auto& entries) -> size_t {
+            if constexpr (std::is_same_v<std::decay_t<decltype(entries)>, std::monostate>) {
+                return 0;
+            } else {
+                return entries.size();
+            }
+        },
+        map);
+}
+
+// Every frame's colours are GDAL's. A frame with an RPF table of 216 colours has that table;
+// GDAL adds a 217th, transparent, for its NoData index 216, which our map leaves outside the
+// palette. Frames without such a table (the CIB frames here) have the subheader's look-up
+// tables, of 217 entries, as GDAL has, except that GDAL makes entry 216, its NoData, transparent
+// black: the entries from 216 on are GDAL's own and are not compared.
+TEST(VqAgainstGdal, CorpusFramesHaveGdalsColours) {
+    const auto files = tessel_test::corpusFilesWith({"C4", "M4"});
+    if (files.empty()) {
+        GTEST_SKIP() << "no corpus at " << TESSEL_SHARED_DIR;
+    }
+    if (!tessel_test::gdalAvailable()) {
+        GTEST_SKIP() << "GDAL's Python bindings are not available";
+    }
+    const json theirs = tessel_test::gdalColorTables(files);
+    size_t compared = 0;
+    std::map<size_t, size_t> kinds;  // frames by the alternative of their colour map
+    for (const auto& file : files) {
+        const json& table = theirs[file.string()];
+        if (!table.is_array()) {
+            continue;
+        }
+        tile_test::OpenImage image(file);
+        const Tessel::ColorMap& map = image.image().getColorMap(0);
+        const size_t entries = entriesOf(map);
+        ASSERT_GE(entries, 216u) << file;
+        ASSERT_GE(table.size(), entries) << file;
+        ++kinds[map.index()];
+        for (size_t i = 0; i < 216; ++i) {
+            const std::array<int, 3> gdal{table[i][0].get<int>(), table[i][1].get<int>(),
+                                          table[i][2].get<int>()};
+            ASSERT_EQ(colourOf(map, i), gdal) << file << " entry " << i;
+        }
+        ++compared;
+    }
+    std::printf(
+        "[ compared ] colour tables of %zu of %zu frame(s): %zu RGB, %zu RPF records, "
+        "%zu grey\n",
+        compared, files.size(), kinds[1], kinds[2], kinds[3]);
     EXPECT_GE(compared, 12u);
 }
 

@@ -50,6 +50,8 @@ struct VqCodebooks {
     std::array<std::array<uint32_t, kVqCodes>, kVqKernelRows> rows{};
 };
 
+// Vector quantised RPF frames (C4, M4): the parameters come from the frame's RPF sections,
+// not from the subheader, and each 256 by 256 block is one subframe of 12-bit codes.
 class NITFTileFactory_C4 : public NITFTileFactory {
 public:
     explicit NITFTileFactory_C4(const NITFImage* image)

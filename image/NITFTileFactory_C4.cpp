@@ -59,6 +59,8 @@ public:
         path_ = uri_.nativePath().string();
         masked_ = image->getCompressionType() == eCompressionM4;
         fileSize_ = nitf_fs::ext::status(uri_.nativePath()).size();
+        // One source for all loads: making one per load would look the file up each time.
+        source_ = IOSource::Create(uri_);
         loadTables(image);
     }
 
@@ -167,6 +169,7 @@ private:
     uint64_t spatialDataOffset_ = 0;  // 0: the frame has none
     std::string path_;
     uint64_t fileSize_ = 0;
+    std::shared_ptr<IOSource> source_;  // empty when the file can't be a source: loads fail
 };
 
 class NITFTile_C4 : public Tile {
@@ -196,21 +199,31 @@ TileGroup NITFTileFactory_C4::createTiles(const tile_id& id) const {
     return {{id, blankTile()}};
 }
 
+// Row r of a code's kernel, four indices, stored as one 32-bit word at `out`.
+inline void storeKernelRow(const VqCodebooks& books, size_t r, uint32_t code, uint8_t* out) {
+    std::memcpy(out, &books.rows[r][code], 4);
+}
+
 // Two 12-bit codes in three bytes give eight columns of four rows: each code's kernel row
 // r is four indices, stored as one 32-bit word into row r.
 void expandSubframe(const uint8_t* codes, const VqCodebooks& books, uint8_t* out) {
     constexpr size_t kRowGroupBytes = 96;
+    constexpr size_t kRow = kVqSubframeSide;
     for (size_t group = 0; group < kVqSubframeSide / 4; ++group) {
         const uint8_t* in = codes + group * kRowGroupBytes;
-        uint8_t* rows = out + group * 4 * kVqSubframeSide;
+        uint8_t* rows = out + group * 4 * kRow;
         for (size_t pair = 0; pair < kRowGroupBytes / 3; ++pair, in += 3) {
             const uint32_t code1 = (uint32_t{in[0]} << 4) | (uint32_t{in[1]} >> 4);
             const uint32_t code2 = ((uint32_t{in[1]} & 15) << 8) | uint32_t{in[2]};
             uint8_t* column = rows + pair * 8;
-            for (size_t r = 0; r < kVqKernelRows; ++r) {
-                std::memcpy(column + r * kVqSubframeSide, &books.rows[r][code1], 4);
-                std::memcpy(column + r * kVqSubframeSide + 4, &books.rows[r][code2], 4);
-            }
+            storeKernelRow(books, 0, code1, column);
+            storeKernelRow(books, 0, code2, column + 4);
+            storeKernelRow(books, 1, code1, column + kRow);
+            storeKernelRow(books, 1, code2, column + kRow + 4);
+            storeKernelRow(books, 2, code1, column + 2 * kRow);
+            storeKernelRow(books, 2, code2, column + 2 * kRow + 4);
+            storeKernelRow(books, 3, code1, column + 3 * kRow);
+            storeKernelRow(books, 3, code2, column + 3 * kRow + 4);
         }
     }
 }
@@ -237,7 +250,7 @@ bool NITFTileFactory_C4::decode(const tile_id& id, uint8_t* buffer) const {
     std::array<uint8_t, kVqSubframeBytes> codes{};
     try {
         lumo_concurrency::track_span span(5, "Read");
-        auto done = IOPool::Read(IOSource::Create(uri_), offset, kVqSubframeBytes, codes.data());
+        auto done = IOPool::Read(source_, offset, kVqSubframeBytes, codes.data());
         IOPool::Await(done);
     } catch (const std::exception&) {
         return false;

@@ -15,6 +15,10 @@ struct ImageOptions;
 std::unique_ptr<TileFactory> makeUncompressedTileFactory(const NITFImage* image,
                                                          const ImageOptions& options);
 
+// Images with IC C4 or M4: vector quantised RPF frames, decoded with the frame's codebooks.
+std::unique_ptr<TileFactory> makeVectorQuantisedTileFactory(const NITFImage* image,
+                                                            const ImageOptions& options);
+
 // The factory of images whose compression nothing can decode: the image's geometry, and
 // blank tiles on every request.
 std::unique_ptr<TileFactory> makeErrorTileFactory(const NITFImage* image);

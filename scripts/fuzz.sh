@@ -2,7 +2,8 @@
 # Fuzzes one target: builds it in the "asan" preset (clang, ASan + UBSan, the library
 # instrumented for libFuzzer's coverage), seeds a corpus under build/fuzz/TARGET/ from the shared NITF files (or, without them, the demo
 # sample), and runs fuzz_TARGET for SECONDS (default 60). TARGET is "reader" (the record
-# reader, the default) or "image" (opening a file and reading its images). Fails on any
+# reader, the default), "image" (opening a file and reading its images) or "vq" (every
+# block of vector quantised RPF frames, seeded with the corpus's C4 and M4 files only). Fails on any
 # crash, leak, timeout or out-of-memory; the input that caused it is left in
 # build/fuzz/TARGET/artifacts/.
 #
@@ -12,8 +13,8 @@ set -euo pipefail
 seconds="${1:-60}"
 target="${2:-reader}"
 case "$target" in
-    reader | image) ;;
-    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image)" >&2; exit 2 ;;
+    reader | image | vq) ;;
+    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image, vq)" >&2; exit 2 ;;
 esac
 root="$(cd "$(dirname "$0")/.." && pwd)"
 shared="$root/../shared"
@@ -39,7 +40,20 @@ seed_from() {
     done < <(find "$dir" -type f -print0)
 }
 
-if [ -d "$shared/corpus" ] || [ -d "$shared/fixtures" ]; then
+# The corpus files whose manifest lists compression C4 or M4.
+seed_vq_frames() {
+    local manifest="$shared/corpus/MANIFEST.tsv" file
+    [ -f "$manifest" ] || return 0
+    while IFS= read -r file; do
+        if [ -f "$shared/corpus/$file" ]; then
+            cp -n "$shared/corpus/$file" "$corpus/seed-$(sha1sum "$shared/corpus/$file" | cut -c1-16)"
+        fi
+    done < <(awk -F'\t' 'NR > 1 && $9 ~ /(^|,)[CM]4(,|$)/ { print $1 }' "$manifest")
+}
+
+if [ "$target" = vq ] && [ -f "$shared/corpus/MANIFEST.tsv" ]; then
+    seed_vq_frames
+elif [ -d "$shared/corpus" ] || [ -d "$shared/fixtures" ]; then
     seed_from "$shared/corpus"
     seed_from "$shared/fixtures"
 else

@@ -109,9 +109,12 @@ bool gdalAvailable() {
     return fs::exists(oraclePython) && std::system(command.c_str()) == 0;
 }
 
-json gdalDigests(const std::vector<fs::path>& files) {
+namespace {
+
+// The JSON that an oracle script of tests/image prints for `files`.
+json runOracleScript(const char* script, const std::vector<fs::path>& files) {
     std::string command =
-        std::string(oraclePython) + " '" + TESSEL_SOURCE_DIR + "/tests/image/gdal_band_digests.py'";
+        std::string(oraclePython) + " '" + TESSEL_SOURCE_DIR + "/tests/image/" + script + "'";
     for (const auto& file : files) {
         command += " '" + file.string() + "'";
     }
@@ -126,6 +129,16 @@ json gdalDigests(const std::vector<fs::path>& files) {
         pclose(pipe);
     }
     return json::parse(out, nullptr, false);
+}
+
+}  // namespace
+
+json gdalDigests(const std::vector<fs::path>& files) {
+    return runOracleScript("gdal_band_digests.py", files);
+}
+
+json gdalColorTables(const std::vector<fs::path>& files) {
+    return runOracleScript("gdal_color_tables.py", files);
 }
 
 std::vector<fs::path> fixtureFiles() {

@@ -46,6 +46,11 @@ bool gdalAvailable();
 // keyed by path, each an array of images ({"size", "bands", "pair", "msb12"} or {"error"}).
 nlohmann::json gdalDigests(const std::vector<std::filesystem::path>& files);
 
+// GDAL's colour table of the first band of each file's first image, from one run of
+// tests/image/gdal_color_tables.py: an object keyed by path, each an array of four-number
+// entries, null without a table, or {"error"}.
+nlohmann::json gdalColorTables(const std::vector<std::filesystem::path>& files);
+
 // The fixtures of the shared folder, from its manifest, and the sidecar digests of one of
 // them in the form of gdalDigests.
 std::vector<std::filesystem::path> fixtureFiles();

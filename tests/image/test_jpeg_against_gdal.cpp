@@ -11,14 +11,18 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "platform/nitf/sha256.h"
+#include "support/FileTestSupport.h"
 #include "support/GdalOracle.h"
+#include "support/ImageFileBuilder.h"
 #include "support/JpegStreams.h"
 #include "support/TestPaths.h"
 #include "support/TileReading.h"
@@ -147,6 +151,75 @@ TEST(JpegAgainstGdal, JpegCorpusImagesEqualGdalsDecoding) {
         tally.compared, tally.twelveBit, tally.leftOut);
     EXPECT_GE(tally.compared, 10u);
     EXPECT_GE(tally.twelveBit, 1u);
+}
+
+// A NITF file holding one 12-bit JPEG stream as its only block.
+image_test::ImageLayout twelveBitImage(const std::string& stream, uint32_t width, uint32_t height,
+                                       int bands) {
+    image_test::ImageLayout layout;
+    layout.ic = "C3";
+    layout.comrat = "00.0";
+    layout.cols = width;
+    layout.rows = height;
+    layout.nbpp = 16;
+    layout.abpp = 12;
+    layout.imode = bands == 1 ? "B" : "P";
+    layout.irep = bands == 1 ? "MONO" : "YCbCr601";
+    layout.bands = bands == 1
+                       ? image_test::bands(1)
+                       : std::vector<image_test::BandLayout>{
+                             image_test::band("Y"), image_test::band("Cb"), image_test::band("Cr")};
+    layout.data = stream;
+    return layout;
+}
+
+TEST(JpegAgainstGdal, TwelveBitStreamsWrittenByGdalDecodeAsGdalDoes) {
+    if (!tessel_test::gdalAvailable()) {
+        GTEST_SKIP() << "GDAL's Python bindings are not installed";
+    }
+    struct Case {
+        uint32_t width, height;
+        int bands;
+        std::string options;
+    };
+    // Odd sizes cut the last MCUs; YCbCr with 2x2 luminance goes through fancy upsampling
+    // and the colour tables.
+    const std::vector<Case> cases = {{77, 45, 3, ""},
+                                     {64, 64, 3, "QUALITY=95"},
+                                     {33, 17, 1, ""},
+                                     {129, 70, 3, "QUALITY=40"},
+                                     {40, 300, 1, "QUALITY=99"},
+                                     {17, 9, 3, "QUALITY=100"}};
+    file_test::TempDir dir;
+    const std::string script =
+        std::string(TESSEL_SOURCE_DIR) + "/tests/image/make_jpeg12_streams.py";
+    size_t compared = 0;
+    for (size_t i = 0; i < cases.size(); ++i) {
+        const Case& c = cases[i];
+        const fs::path jpeg = dir / ("stream" + std::to_string(i) + ".jpg");
+        const std::string command = "/usr/bin/python3 '" + script + "' '" + jpeg.string() + "' " +
+                                    std::to_string(c.width) + " " + std::to_string(c.height) + " " +
+                                    std::to_string(c.bands) + " " + c.options + " 2>/dev/null";
+        ASSERT_EQ(std::system(command.c_str()), 0) << command;
+        std::ifstream in(jpeg, std::ios::binary);
+        const std::string stream((std::istreambuf_iterator<char>(in)),
+                                 std::istreambuf_iterator<char>());
+        ASSERT_EQ(static_cast<uint8_t>(stream.at(stream.find("\xFF\xC1") + 4)), 12u);
+        const fs::path nitf = dir / ("image" + std::to_string(i) + ".ntf");
+        image_test::ImageFileBuilder()
+            .add(twelveBitImage(stream, c.width, c.height, c.bands))
+            .write(nitf);
+        const json gdal = tessel_test::gdalDigests({jpeg});
+        ASSERT_TRUE(gdal.contains(jpeg.string())) << jpeg;
+        const auto ours = tessel_test::decodeImages(nitf, isJpeg);
+        ASSERT_EQ(ours.size(), 1u);
+        Tally tally;
+        compareWithGdal(nitf, 0, ours[0], gdal[jpeg.string()][0], tally);
+        EXPECT_EQ(tally.twelveBit, 1u);
+        compared += tally.compared;
+    }
+    std::printf("[ compared ] %zu 12-bit stream(s) written by GDAL\n", compared);
+    EXPECT_EQ(compared, cases.size());
 }
 
 }  // namespace

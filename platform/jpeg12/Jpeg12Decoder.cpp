@@ -662,9 +662,6 @@ bool Decompressor::startDecompress() {
             fail(21, "Improper call to JPEG library in state");
         }
         Scan& scan = *scan_;
-        if (components_.size() > 1 && scan.order.size() != components_.size()) {
-            fail(62, "Unsupported JPEG process: multiple scans");
-        }
         const bool threeColor =
             jpegColorSpace == ColorSpace::rgb || jpegColorSpace == ColorSpace::ycbcr;
         const bool gray = jpegColorSpace == ColorSpace::grayscale &&
@@ -672,6 +669,9 @@ bool Decompressor::startDecompress() {
         const bool color = threeColor && outColorSpace == ColorSpace::rgb && numComponents() == 3;
         if (!gray && !color) {
             fail(28, "Unsupported color conversion request");
+        }
+        if (components_.size() > 1 && scan.order.size() != components_.size()) {
+            fail(62, "Unsupported JPEG process: multiple scans");
         }
         if (components_.size() == 1) {
             components_[0].h = components_[0].v = 1;  // one component: one block per MCU

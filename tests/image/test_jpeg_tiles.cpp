@@ -11,6 +11,7 @@
 #include "support/FileTestSupport.h"
 #include "support/ImageFileBuilder.h"
 #include "support/JpegStreams.h"
+#include "support/TestPaths.h"
 #include "support/TileReading.h"
 #include "tessel/image/NITFTileFactory_C3.h"
 #include "tessel/image/Tile.h"
@@ -375,5 +376,25 @@ TEST_F(JpegTiles, BadTwelveBitStreamsFailTheTileWithoutACrash) {
         layout.nbpp = 16;
         OpenImage image(write(layout, "bad12_" + std::to_string(i) + ".ntf"));
         EXPECT_TRUE(tileAt(image.factory(), 0, 0, 0)->isFailed()) << i;
+    }
+}
+
+TEST(JpegCorpus, GlobalHawkSampleFilesHoldNoJpegDataAndTheirImagesDontOpen) {
+    // Both files carry the subheader of an 8960 x 8888 C3 image but no image data at all
+    // (LI 0): the scan finds no stream, as GDAL finds nothing to decode.
+    const std::filesystem::path corpus = std::filesystem::path(TESSEL_SHARED_DIR) / "corpus";
+    const std::vector<std::filesystem::path> files = {
+        corpus / "codice/fromVTS/GHSarNITF20_good.ntf",
+        corpus / "six-library/csm-tests/GHSarNITF21_good.ntf"};
+    for (const auto& file : files) {
+        if (!std::filesystem::exists(file)) {
+            GTEST_SKIP() << "no corpus file " << file;
+        }
+        try {
+            OpenImage image(file);
+            FAIL() << "the image of " << file << " was made";
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ(error.what(), "Cannot parse file - error in image format.") << file;
+        }
     }
 }

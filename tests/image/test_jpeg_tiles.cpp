@@ -398,3 +398,36 @@ TEST(JpegCorpus, GlobalHawkSampleFilesHoldNoJpegDataAndTheirImagesDontOpen) {
         }
     }
 }
+
+TEST_F(JpegTiles, ImodeWithoutABlockNumberFailsTheLoadByTheTablesRangeCheck) {
+    const auto stream = jpeg_test::encode8(jpeg_test::pattern(8, 8, 1), 8, 8, 1);
+    ImageLayout layout = jpegImage(stream, 8, 8, 1);
+    layout.imode = "R";
+    OpenImage image(write(layout));
+    EXPECT_THROW(tileAt(image.factory(), 0, 0, 0), std::out_of_range);
+    std::vector<uint8_t> out;
+    EXPECT_FALSE(image.image().readBlock(0, 0, 0, out));
+}
+
+TEST_F(JpegTiles, BlocksOfSeveralRowsAndColumnsDecodeIntoTheirOwnTiles) {
+    std::string data;
+    std::vector<std::vector<uint8_t>> expected;
+    for (unsigned i = 0; i < 6; ++i) {
+        const auto stream = jpeg_test::encode8(jpeg_test::pattern(8, 8, 1, 40 + i), 8, 8, 1);
+        data += stream;
+        expected.push_back(jpeg_test::decode8(stream));
+    }
+    ImageLayout layout = jpegImage(data, 8, 8, 1, 3);
+    layout.rows = 16;
+    layout.nbpc = 2;
+    OpenImage image(write(layout));
+    for (uint32_t y = 0; y < 2; ++y) {
+        for (uint32_t x = 0; x < 3; ++x) {
+            const auto tile = tileAt(image.factory(), x, y, 0);
+            ASSERT_FALSE(tile->isFailed());
+            EXPECT_EQ(std::vector<uint8_t>(tile->getBuffer(), tile->getBuffer() + 64),
+                      expected[y * 3 + x])
+                << x << "," << y;
+        }
+    }
+}

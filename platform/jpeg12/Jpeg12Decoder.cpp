@@ -39,18 +39,18 @@ struct DerivedTable {
     std::array<uint16_t, 1u << kLookaheadBits> lookup{};  // length << 8 | symbol; 0 none
 };
 
-int64_t descale(int64_t value, int bits) {
+inline int64_t descale(int64_t value, int bits) {
     return (value + (int64_t{1} << (bits - 1))) >> bits;
 }
 
 // The sample of an inverse-DCT output: wrapped into the table's range like libjpeg's
 // RANGE_MASK index, then clamped around the centre.
-uint16_t idctLimit(int64_t value) {
+inline uint16_t idctLimit(int64_t value) {
     const int wrapped = ((static_cast<int>(value) & 16383) ^ 8192) - 8192;
     return static_cast<uint16_t>(std::clamp(wrapped + kCenterSample, 0, kMaxSample));
 }
 
-uint16_t clampSample(int value) {
+inline uint16_t clampSample(int value) {
     return static_cast<uint16_t>(std::clamp(value, 0, kMaxSample));
 }
 
@@ -77,7 +77,7 @@ struct Butterfly {
     int64_t tmp10, tmp11, tmp12, tmp13, tmp0, tmp1, tmp2, tmp3;
 };
 
-Butterfly butterfly(const int64_t v[8]) {
+inline Butterfly butterfly(const int64_t v[8]) {
     Butterfly b{};
     int64_t z2 = v[2];
     int64_t z3 = v[6];
@@ -119,9 +119,23 @@ Butterfly butterfly(const int64_t v[8]) {
     return b;
 }
 
-void inverseDct(const int16_t* coefficients, const uint16_t* quant, uint16_t* out, size_t stride) {
+inline void inverseDct(const int16_t* coefficients, const uint16_t* quant, uint16_t* out,
+                       size_t stride) {
     std::array<int32_t, 64> workspace{};
     for (int column = 0; column < 8; ++column) {
+        // A column of zero AC terms gives its DC term everywhere (what the full pass gives).
+        bool flat = true;
+        for (int k = 1; k < 8 && flat; ++k) {
+            flat = coefficients[k * 8 + column] == 0;
+        }
+        if (flat) {
+            const auto value = static_cast<int32_t>(int64_t{coefficients[column]} * quant[column] *
+                                                    (int64_t{1} << kPass1Bits));
+            for (int row = 0; row < 8; ++row) {
+                workspace[static_cast<size_t>(row * 8 + column)] = value;
+            }
+            continue;
+        }
         int64_t v[8];
         for (int k = 0; k < 8; ++k) {
             v[k] = int64_t{coefficients[k * 8 + column]} * quant[k * 8 + column];
@@ -142,13 +156,20 @@ void inverseDct(const int16_t* coefficients, const uint16_t* quant, uint16_t* ou
         put(4, b.tmp13 - b.tmp0);
     }
     for (int row = 0; row < 8; ++row) {
+        const int32_t* in = workspace.data() + static_cast<size_t>(row) * 8;
+        uint16_t* line = out + static_cast<size_t>(row) * stride;
+        if (in[1] == 0 && in[2] == 0 && in[3] == 0 && in[4] == 0 && in[5] == 0 && in[6] == 0 &&
+            in[7] == 0) {
+            // A flat row: the full pass reduces to this descale of the DC term.
+            std::fill(line, line + 8, idctLimit(descale(in[0], kPass1Bits + 3)));
+            continue;
+        }
         int64_t v[8];
         for (int k = 0; k < 8; ++k) {
-            v[k] = workspace[static_cast<size_t>(row * 8 + k)];
+            v[k] = in[k];
         }
         const Butterfly b = butterfly(v);
         const int shift = kConstBits + kPass1Bits + 3;
-        uint16_t* line = out + static_cast<size_t>(row) * stride;
         line[0] = idctLimit(descale(b.tmp10 + b.tmp3, shift));
         line[7] = idctLimit(descale(b.tmp10 - b.tmp3, shift));
         line[1] = idctLimit(descale(b.tmp11 + b.tmp2, shift));
@@ -268,7 +289,7 @@ bool Decompressor::guarded(Step&& step) {
     return false;
 }
 
-uint8_t Decompressor::readByte() {
+inline uint8_t Decompressor::readByte() {
     if (source_.bytesInBuffer == 0) {
         source_.fillInputBuffer(*this);
         if (source_.bytesInBuffer == 0 || source_.nextInputByte == nullptr) {
@@ -788,16 +809,43 @@ bool Decompressor::resyncToRestart() {
 
 namespace detail_jpeg12 {
 
+// (The helpers here are inline: the library is position-independent, where a function of
+// external linkage may be interposed and so isn't inlined otherwise.)
+
 // The bit reader over the entropy-coded bytes: stuffed zeros removed, a marker ends the
 // data and zero bits follow, noted as padding so that using them can be told.
 template <class NextByte>
 struct BitReader {
+    // The scan's bit state is kept here while an MCU decodes, and handed back by save().
+    BitReader(Decompressor::Scan& s, int& marker, NextByte nextByte)
+        : scan(s),
+          unreadMarker(marker),
+          next(nextByte),
+          bits(s.bits),
+          bitsLeft(s.bitsLeft),
+          paddedBits(s.paddedBits),
+          insufficient(s.insufficient) {}
+
+    void save() {
+        scan.bits = bits;
+        scan.bitsLeft = bitsLeft;
+        scan.paddedBits = paddedBits;
+        scan.insufficient = insufficient;
+    }
+
     Decompressor::Scan& scan;
     int& unreadMarker;
     NextByte next;
+    uint64_t bits;
+    int bitsLeft;
+    int paddedBits;
+    bool insufficient;
 
     void fill(int needed) {
-        while (scan.bitsLeft <= 48 && unreadMarker == 0) {
+        if (bitsLeft >= needed) {
+            return;
+        }
+        while (bitsLeft <= 48 && unreadMarker == 0) {
             int c = next();
             if (c == 0xFF) {
                 do {
@@ -809,29 +857,28 @@ struct BitReader {
                 }
                 c = 0xFF;
             }
-            scan.bits = scan.bits << 8 | static_cast<uint64_t>(c);
-            scan.bitsLeft += 8;
+            bits = bits << 8 | static_cast<uint64_t>(c);
+            bitsLeft += 8;
         }
-        while (scan.bitsLeft < needed) {
-            scan.bits <<= 8;
-            scan.bitsLeft += 8;
-            scan.paddedBits += 8;
+        while (bitsLeft < needed) {
+            bits <<= 8;
+            bitsLeft += 8;
+            paddedBits += 8;
         }
     }
 
     void consume(int count, Decompressor& decoder) {
-        const int real = scan.bitsLeft - scan.paddedBits;
-        scan.bitsLeft -= count;
-        if (count > real && !scan.insufficient) {
-            scan.insufficient = true;
+        const int real = bitsLeft - paddedBits;
+        bitsLeft -= count;
+        if (count > real && !insufficient) {
+            insufficient = true;
             decoder.warn(122);
         }
-        scan.paddedBits = std::min(scan.paddedBits, scan.bitsLeft);
+        paddedBits = std::min(paddedBits, bitsLeft);
     }
 
     uint32_t peek(int count) const {
-        return static_cast<uint32_t>(scan.bits >> (scan.bitsLeft - count)) &
-               ((uint32_t{1} << count) - 1);
+        return static_cast<uint32_t>(bits >> (bitsLeft - count)) & ((uint32_t{1} << count) - 1);
     }
 
     int32_t get(int count, Decompressor& decoder) {
@@ -869,7 +916,7 @@ struct BitReader {
     }
 };
 
-int32_t extend(int32_t value, int bits) {
+inline int32_t extend(int32_t value, int bits) {
     return value < (int32_t{1} << (bits - 1)) ? value - (int32_t{1} << bits) + 1 : value;
 }
 
@@ -888,7 +935,7 @@ void Decompressor::decodeMcu(int16_t* blocks) {
         return;  // out of data: the rest of the segment stays zero
     }
     const auto next = [this] { return readByte(); };
-    BitReader<decltype(next)> reader{scan, unreadMarker_, next};
+    BitReader<decltype(next)> reader(scan, unreadMarker_, next);
     size_t block = 0;
     for (size_t s = 0; s < scan.order.size(); ++s) {
         const Component& c = components_[scan.order[s]];
@@ -918,6 +965,7 @@ void Decompressor::decodeMcu(int16_t* blocks) {
             }
         }
     }
+    reader.save();
 }
 
 void Decompressor::decodeRowGroup() {

@@ -39,6 +39,8 @@ struct DerivedTable {
     std::array<uint16_t, 1u << kLookaheadBits> lookup{};  // length << 8 | symbol; 0 none
 };
 
+// The small helpers of the decoding loops are inline: the library is position-independent,
+// where a function of external linkage may be interposed and so isn't inlined otherwise.
 inline int64_t descale(int64_t value, int bits) {
     return (value + (int64_t{1} << (bits - 1))) >> bits;
 }
@@ -808,9 +810,6 @@ bool Decompressor::resyncToRestart() {
 }
 
 namespace detail_jpeg12 {
-
-// (The helpers here are inline: the library is position-independent, where a function of
-// external linkage may be interposed and so isn't inlined otherwise.)
 
 // The bit reader over the entropy-coded bytes: stuffed zeros removed, a marker ends the
 // data and zero bits follow, noted as padding so that using them can be told.

@@ -66,6 +66,8 @@ ImageSegmentFields readImageSegmentFields(const NITFImage* image) {
     }
     fields.pvtype = textOf(subheader->pixelValueType);
     fields.imode = textOf(subheader->imageMode);
+    fields.comrat = textOf(subheader->compressionRate);
+    fields.irep = textOf(subheader->imageRepresentation);
     fields.dataOffset = segment->imageOffset;
     fields.dataLength =
         segment->imageEnd > segment->imageOffset ? segment->imageEnd - segment->imageOffset : 0;

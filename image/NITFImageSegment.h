@@ -32,6 +32,8 @@ struct ImageSegmentFields {
     uint32_t nbands = 0;  // XBANDS when NBANDS is 0
     std::string pvtype;   // as stored, blanks included
     std::string imode;
+    std::string comrat;  // absent (empty) for uncompressed images
+    std::string irep;    // as stored, blanks included
     uint64_t dataOffset = 0;
     uint64_t dataLength = 0;
 };

@@ -165,6 +165,7 @@ void registerBuiltinTileFactories() {
     // Called once, before any other registration; appends without the public entry, which
     // would wait for this very call.
     std::lock_guard lock(makerListMutex());
+    makerList().push_back({"C3_M3_JPEG", makeJpegTileFactory});
     makerList().push_back({"C4_M4_VQ", makeVectorQuantisedTileFactory});
     makerList().push_back({"NC_MC_NoCompression", makeUncompressedTileFactory});
 }

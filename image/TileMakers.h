@@ -11,6 +11,10 @@ namespace Tessel {
 class NITFImage;
 struct ImageOptions;
 
+// Images with IC C3 or M3: a JPEG stream per block.
+std::unique_ptr<TileFactory> makeJpegTileFactory(const NITFImage* image,
+                                                 const ImageOptions& options);
+
 // Images with IC NC or NM: uncompressed blocks, and single-block complex images.
 std::unique_ptr<TileFactory> makeUncompressedTileFactory(const NITFImage* image,
                                                          const ImageOptions& options);

@@ -74,7 +74,7 @@ TEST_F(TileMakers, AThrowingMakerStopsTheImageWithItsException) {
 }
 
 TEST_F(TileMakers, CompressionsWithoutMakerGetTheErrorFactory) {
-    for (const char* ic : {"C3", "C8", "M3", "I1"}) {
+    for (const char* ic : {"C8", "I1"}) {
         ImageLayout layout = smallImage(ic, "VIS");
         layout.comrat = "00.0";
         OpenImage image(write(layout));

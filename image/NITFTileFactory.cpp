@@ -258,4 +258,18 @@ void swappingCopy(size_t elementSize, const uint8_t* source, uint8_t* destinatio
     }
 }
 
+int64_t NITFTileFactory::blockNumber(const tile_id& id) const {
+    const uint64_t across = limit_.x;
+    const uint64_t down = limit_.y;
+    switch (mode_) {
+        case mode_S:
+            return static_cast<int64_t>(id.band * across * down + id.y * across + id.x);
+        case mode_B:
+        case mode_P:
+            return static_cast<int64_t>(id.y * across + id.x);
+        default:
+            return -1;
+    }
+}
+
 }  // namespace Tessel

@@ -378,45 +378,40 @@ bool decodeWithJpeg12(const BlockJob& job, BlockStreamSource& stream) {
     return true;
 }
 
+// The index of the next marker's 0xFF at or behind `i`, after the fill bytes 0xFF before
+// it; the data's size when no marker byte follows.
+size_t nextMarker(const std::vector<uint8_t>& data, size_t i) {
+    const size_t size = data.size();
+    while (i < size && data[i] != 0xFF) {
+        ++i;
+    }
+    while (i + 1 < size && data[i + 1] == 0xFF) {
+        ++i;
+    }
+    return i + 1 < size ? i : size;
+}
+
 // Where the stream of the block that starts at `from` lies: the FF D8 that opens it and the
 // byte behind the FF D9 that closes it; fill bytes 0xFF before a marker are skipped.
 // False when the data ends first.
 bool findStream(const std::vector<uint8_t>& data, size_t from, size_t& start, size_t& end) {
-    const size_t size = data.size();
-    size_t i = from;
-    for (;;) {
-        while (i < size && data[i] != 0xFF) {
-            ++i;
-        }
-        while (i + 1 < size && data[i + 1] == 0xFF) {
-            ++i;
-        }
-        if (i + 1 >= size) {
-            return false;
-        }
-        if (data[i + 1] == kStartOfImage) {
-            start = i;
-            i += 2;
-            break;
-        }
-        ++i;
+    size_t i = nextMarker(data, from);
+    while (i < data.size() && data[i + 1] != kStartOfImage) {
+        i = nextMarker(data, i + 1);
     }
-    for (;;) {
-        while (i < size && data[i] != 0xFF) {
-            ++i;
-        }
-        while (i + 1 < size && data[i + 1] == 0xFF) {
-            ++i;
-        }
-        if (i + 1 >= size) {
-            return false;
-        }
-        if (data[i + 1] == JPEG_EOI) {
-            end = i + 2;
-            return true;
-        }
-        ++i;
+    if (i >= data.size()) {
+        return false;
     }
+    start = i;
+    i = nextMarker(data, i + 2);
+    while (i < data.size() && data[i + 1] != JPEG_EOI) {
+        i = nextMarker(data, i + 1);
+    }
+    if (i >= data.size()) {
+        return false;
+    }
+    end = i + 2;
+    return true;
 }
 
 // The image data as the file holds it: no more than is there, whatever length is claimed.

@@ -76,21 +76,6 @@ public:
 
     TileGroup createTiles(const tile_id& id) const override;
 
-    // The tile's subframe in the frame's order; -1 when the mode has no such block.
-    int64_t blockNumber(const tile_id& id) const {
-        const uint64_t across = limit_.x;
-        const uint64_t down = limit_.y;
-        switch (mode_) {
-            case mode_S:
-                return static_cast<int64_t>(id.band * across * down + id.y * across + id.x);
-            case mode_B:
-            case mode_P:
-                return static_cast<int64_t>(id.y * across + id.x);
-            default:
-                return -1;
-        }
-    }
-
     // Entry `block` of the subframe offset table, which must be below subframeCount_.
     uint64_t subframeOffset(uint64_t block) const {
         return maskOffsets_.empty() ? block * kVqSubframeBytes

@@ -96,21 +96,6 @@ public:
 
     TileGroup createTiles(const tile_id& id) const override;
 
-    // The block of a tile in the image's block order; -1 when the mode has none.
-    int64_t blockNumber(const tile_id& id) const {
-        const uint64_t across = limit_.x;
-        const uint64_t down = limit_.y;
-        switch (mode_) {
-            case mode_S:
-                return static_cast<int64_t>(id.band * across * down + id.y * across + id.x);
-            case mode_B:
-            case mode_P:
-                return static_cast<int64_t>(id.y * across + id.x);
-            default:
-                return -1;
-        }
-    }
-
     // Copies the tile's band of its block into `buffer`; false when the block can't be read.
     bool readTile(const tile_id& id, uint8_t* buffer) const;
 

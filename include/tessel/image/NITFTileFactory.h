@@ -60,6 +60,9 @@ public:
     uint64_t getDataOffset() const { return dataOffset_; }
     uint64_t getDataLength() const { return dataLength_; }
     const std::vector<BlockEntry>& getBlockTable() const { return blockTable_; }
+    // The block of a tile in the image's block order (band-major for IMODE S, the band
+    // ignored for B and P); -1 when the mode has no such order.
+    int64_t blockNumber(const tile_id& id) const;
 
     // NBPP rounded up to 8, 16, 32 or 64; values up to 8 and above 64 stay.
     static uint32_t roundBitsPerPixel(uint32_t nbpp);

@@ -11,6 +11,10 @@ namespace Tessel {
 class NITFImage;
 struct ImageOptions;
 
+// Images with IC C8 or M8, decoded by OpenJPEG while nitf.j2k.opj.enabled is set.
+std::unique_ptr<TileFactory> makeJ2KOpenJPEGTileFactory(const NITFImage* image,
+                                                        const ImageOptions& options);
+
 // Images with IC NC or NM: uncompressed blocks, and single-block complex images.
 std::unique_ptr<TileFactory> makeUncompressedTileFactory(const NITFImage* image,
                                                          const ImageOptions& options);

@@ -109,9 +109,12 @@ bool gdalAvailable() {
     return fs::exists(oraclePython) && std::system(command.c_str()) == 0;
 }
 
-json gdalDigests(const std::vector<fs::path>& files) {
+json gdalDigests(const std::vector<fs::path>& files, uint32_t level) {
     std::string command =
         std::string(oraclePython) + " '" + TESSEL_SOURCE_DIR + "/tests/image/gdal_band_digests.py'";
+    if (level > 0) {
+        command += " --overview " + std::to_string(level);
+    }
     for (const auto& file : files) {
         command += " '" + file.string() + "'";
     }

@@ -44,7 +44,8 @@ bool gdalAvailable();
 
 // GDAL's digests of many files, from one run of tests/image/gdal_band_digests.py: an object
 // keyed by path, each an array of images ({"size", "bands", "pair", "msb12"} or {"error"}).
-nlohmann::json gdalDigests(const std::vector<std::filesystem::path>& files);
+// A level above 0 gives the digests of GDAL's overview of that pyramid level.
+nlohmann::json gdalDigests(const std::vector<std::filesystem::path>& files, uint32_t level = 0);
 
 // The fixtures of the shared folder, from its manifest, and the sidecar digests of one of
 // them in the form of gdalDigests.

@@ -2,7 +2,8 @@
 # Fuzzes one target: builds it in the "asan" preset (clang, ASan + UBSan, the library
 # instrumented for libFuzzer's coverage), seeds a corpus under build/fuzz/TARGET/ from the shared NITF files (or, without them, the demo
 # sample), and runs fuzz_TARGET for SECONDS (default 60). TARGET is "reader" (the record
-# reader, the default) or "image" (opening a file and reading its images). Fails on any
+# reader, the default), "image" (opening a file and reading its images) or "j2k" (any bytes
+# as the JPEG 2000 codestream of a C8 image, seeded with the shared files' codestreams). Fails on any
 # crash, leak, timeout or out-of-memory; the input that caused it is left in
 # build/fuzz/TARGET/artifacts/.
 #
@@ -12,8 +13,8 @@ set -euo pipefail
 seconds="${1:-60}"
 target="${2:-reader}"
 case "$target" in
-    reader | image) ;;
-    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image)" >&2; exit 2 ;;
+    reader | image | j2k) ;;
+    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image, j2k)" >&2; exit 2 ;;
 esac
 root="$(cd "$(dirname "$0")/.." && pwd)"
 shared="$root/../shared"
@@ -39,7 +40,29 @@ seed_from() {
     done < <(find "$dir" -type f -print0)
 }
 
-if [ -d "$shared/corpus" ] || [ -d "$shared/fixtures" ]; then
+# The codestreams inside the shared files, from their first SOC and SIZ markers on, at most
+# 256 KiB of each.
+seed_codestreams() {
+    local dir file
+    for dir in "$@"; do
+        [ -d "$dir" ] || continue
+        while IFS= read -r -d '' file; do
+            python3 - "$file" "$corpus" <<'PY'
+import hashlib, sys
+data = open(sys.argv[1], "rb").read()
+start = data.find(b"\xff\x4f\xff\x51")
+if start >= 0:
+    stream = data[start:start + 262144]
+    name = hashlib.sha1(stream).hexdigest()[:16]
+    open(sys.argv[2] + "/seed-" + name, "wb").write(stream)
+PY
+        done < <(find "$dir" -type f \( -name '*.ntf' -o -name '*.j2k' -o -name '*.nitf' \) -print0)
+    done
+}
+
+if [ "$target" = j2k ]; then
+    seed_codestreams "$shared/fixtures" "$shared/corpus/codice/JitcJpeg2000"
+elif [ -d "$shared/corpus" ] || [ -d "$shared/fixtures" ]; then
     seed_from "$shared/corpus"
     seed_from "$shared/fixtures"
 else

@@ -1,0 +1,96 @@
+// The tessel command on JPEG 2000 images: "info" shows the codestream's facts, and "read
+// --level N" reads the codestream's resolution levels.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "platform/nitf/sha256.h"
+#include "platform/scoped_environment.h"
+#include "support/FileTestSupport.h"
+#include "support/GdalOracle.h"
+#include "support/J2KCodestream.h"
+#include "support/RasterFiles.h"
+#include "support/RunTool.h"
+#include "support/TempConfig.h"
+#include "support/TestPaths.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using tessel_test::runTool;
+
+std::string quoted(const fs::path& path) {
+    return "'" + path.string() + "'";
+}
+
+const char* const kOpenJPEGOn = R"({"Preferences": {"nitf.j2k.opj.enabled": true}})";
+
+TEST(TesselJ2K, InfoShowsTheCodestreamFacts) {
+    tessel_test::TempConfig config(kOpenJPEGOn);
+    file_test::TempDir dir;
+    tessel_test::J2KSpec spec;
+    spec.width = 120;
+    spec.height = 90;
+    spec.components = 3;
+    spec.tileWidth = 64;
+    spec.tileHeight = 64;
+    spec.resolutions = 4;
+    spec.layers = 3;
+    spec.order = OPJ_RPCL;
+    const fs::path file = dir / "info.ntf";
+    tessel_test::writeJ2KFile(file, spec, tessel_test::encodeJ2K(spec));
+    const auto result = runTool("info " + quoted(file) + " --json");
+    ASSERT_EQ(result.status, 0) << result.out;
+    const auto info = nlohmann::json::parse(result.out);
+    const auto& details = info["images"][0]["details"];
+    EXPECT_EQ(details["width"], 120);
+    EXPECT_EQ(details["height"], 90);
+    EXPECT_EQ(details["blocks"]["width"], 64);
+    EXPECT_EQ(details["blocks"]["height"], 64);
+    EXPECT_EQ(details["blocks"]["across"], 2);
+    const auto& codec = details["compression"]["info"];
+    EXPECT_EQ(codec["Library"], "OpenJPEG");
+    EXPECT_EQ(codec["Components"], "3");
+    EXPECT_EQ(codec["Precision"], "8");
+    EXPECT_EQ(codec["Levels"], "3");
+    EXPECT_EQ(codec["Layers"], "3");
+    EXPECT_EQ(codec["Order"], "RPCL");
+    EXPECT_EQ(codec["WaveletTransform"], "5-3I");
+    // The text form shows them too.
+    const auto text = runTool("info " + quoted(file));
+    ASSERT_EQ(text.status, 0);
+    for (const char* fact : {"RPCL", "5-3I", "OpenJPEG"}) {
+        EXPECT_NE(text.out.find(fact), std::string::npos) << fact << "\n" << text.out;
+    }
+}
+
+TEST(TesselJ2K, ReadLevelDecodesTheCodestreamsResolution) {
+    const fs::path fixture = fs::path(TESSEL_SHARED_DIR) / "fixtures" / "c8_rgb.ntf";
+    if (!fs::exists(fixture)) {
+        GTEST_SKIP() << "no fixture " << fixture;
+    }
+    if (!tessel_test::gdalAvailable()) {
+        GTEST_SKIP() << "GDAL's Python bindings are not installed";
+    }
+    tessel_test::TempConfig config(kOpenJPEGOn);
+    file_test::TempDir dir;
+    const auto result =
+        runTool("read " + quoted(fixture) + " -o " + quoted(dir / "l1.tif") + " --level 1 2>&1");
+    ASSERT_EQ(result.status, 0) << result.out;
+    const auto tiff = tessel_test::readTiff(dir / "l1.tif");
+    ASSERT_TRUE(tiff.ok);
+    const auto gdal = tessel_test::gdalDigests({fixture}, 1)[fixture.string()][0];
+    ASSERT_TRUE(gdal.contains("bands")) << gdal.dump();
+    EXPECT_EQ(tiff.width, gdal["size"][0].get<uint32_t>());
+    EXPECT_EQ(tiff.height, gdal["size"][1].get<uint32_t>());
+    ASSERT_EQ(tiff.planes.size(), gdal["bands"].size());
+    for (size_t band = 0; band < tiff.planes.size(); ++band) {
+        EXPECT_EQ(nitf_test::sha256Hex(tiff.planes[band]), gdal["bands"][band].get<std::string>())
+            << band;
+    }
+}
+
+}  // namespace

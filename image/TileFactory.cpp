@@ -164,6 +164,7 @@ void registerBuiltinTileFactories() {
     std::lock_guard lock(makerListMutex());
     makerList().push_back(
         {"C8_M8_J2K_OpenJPEG_(nitf.j2k.opj.enabled)", makeJ2KOpenJPEGTileFactory});
+    makerList().push_back({"C8_M8_J2K_Kakadu_(nitf.j2k.kdu.enabled)", makeJ2KTileFactory});
     makerList().push_back({"NC_MC_NoCompression", makeUncompressedTileFactory});
 }
 

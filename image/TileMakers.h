@@ -15,6 +15,10 @@ struct ImageOptions;
 std::unique_ptr<TileFactory> makeJ2KOpenJPEGTileFactory(const NITFImage* image,
                                                         const ImageOptions& options);
 
+// Images with IC C8 or M8, decoded through the J2K engine while nitf.j2k.kdu.enabled is set.
+std::unique_ptr<TileFactory> makeJ2KTileFactory(const NITFImage* image,
+                                                const ImageOptions& options);
+
 // Images with IC NC or NM: uncompressed blocks, and single-block complex images.
 std::unique_ptr<TileFactory> makeUncompressedTileFactory(const NITFImage* image,
                                                          const ImageOptions& options);

@@ -65,11 +65,6 @@ void readLevel(const Tessel::NITFFileContext& context, int32_t level) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const bool enabled = [] {
-        Tessel::s_opt_nitf_j2k_opj_enabled.override_value(true);
-        return true;
-    }();
-    (void)enabled;
     image_test::ImageLayout layout;
     layout.rows = 64;
     layout.cols = 64;
@@ -77,8 +72,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     layout.comrat = "N001";
     layout.data.assign(reinterpret_cast<const char*>(data), size);
     image_test::ImageFileBuilder().add(layout).write(inputPath());
-    Tessel::NITFFactory::get().clearCache();
-    {
+    for (const bool openJpeg : {true, false}) {
+        Tessel::s_opt_nitf_j2k_opj_enabled.override_value(openJpeg);
+        Tessel::NITFFactory::get().clearCache();
         Tessel::NITFMessages messages;
         const Tessel::NITFURI uri(std::string_view(inputPath().string()));
         const Tessel::NITFFileContext context = Tessel::NITFFactory::get().open(uri, messages);

@@ -40,7 +40,7 @@ std::string_view nameOfKey(uint32_t key) {
 // A whole decimal number, with an optional "+", becomes a number; anything else a string.
 nlohmann::ordered_json conditionValue(const std::string& text) {
     std::string_view digits = text;
-    if (!digits.empty() && (digits.front() == '+' || digits.front() == '-')) {
+    if (!digits.empty() && digits.front() == '+') {
         digits.remove_prefix(1);
     }
     const bool whole =
@@ -49,7 +49,7 @@ nlohmann::ordered_json conditionValue(const std::string& text) {
     if (!whole) {
         return text;
     }
-    return std::stoll(text[0] == '+' ? text.substr(1) : text);
+    return std::stoll(std::string(digits));
 }
 
 std::vector<std::string> split(const std::string& text, char separator) {
@@ -75,7 +75,7 @@ J2KRule ruleOf(const std::string& key, const nlohmann::ordered_json& value) {
         }
         for (const auto& [name, number] : ruleNames()) {
             if (pieces[0] == name) {
-                rule.conditions[number] = conditionValue(pieces[1]);
+                rule.set(number, conditionValue(pieces[1]));
             }
         }
     }
@@ -143,6 +143,25 @@ bool ruleMatches(const J2KRule& rule, const J2KRuleSubject& subject) {
 
 using namespace detail_j2k_rules;
 
+const nlohmann::ordered_json* J2KRule::find(uint32_t key) const {
+    for (const auto& [entryKey, entry] : conditions) {
+        if (entryKey == key) {
+            return &entry;
+        }
+    }
+    return nullptr;
+}
+
+void J2KRule::set(uint32_t key, nlohmann::ordered_json entry) {
+    auto place = std::find_if(conditions.begin(), conditions.end(),
+                              [key](const auto& item) { return item.first >= key; });
+    if (place != conditions.end() && place->first == key) {
+        place->second = std::move(entry);
+    } else {
+        conditions.emplace(place, key, std::move(entry));
+    }
+}
+
 std::string J2KRule::text() const {
     std::string out;
     for (const auto& [key, condition] : conditions) {
@@ -181,10 +200,10 @@ std::vector<J2KRule> buildJ2KRules(const std::vector<std::filesystem::path>& fol
         rules.push_back(ruleOf(key, value));
     }
     std::stable_sort(rules.begin(), rules.end(), [](const J2KRule& a, const J2KRule& b) {
-        const auto pa = a.conditions.find(J2KRule::priority);
-        const auto pb = b.conditions.find(J2KRule::priority);
-        return pa != a.conditions.end() && pb != b.conditions.end() && pa->second.is_number() &&
-               pb->second.is_number() && pa->second.get<double>() > pb->second.get<double>();
+        const auto* pa = a.find(J2KRule::priority);
+        const auto* pb = b.find(J2KRule::priority);
+        return pa != nullptr && pb != nullptr && pa->is_number() && pb->is_number() &&
+               pa->get<double>() > pb->get<double>();
     });
     return rules;
 }
@@ -211,11 +230,11 @@ void applyJ2KRules(const std::vector<J2KRule>& rules, const J2KRuleSubject& subj
                 fmt::format("J2K Rule Match '{}#IM_{}_{}' || {} => {}", subject.path, subject.index,
                             subject.level, rule.text(), rule.value.dump()));
         }
-        const auto type = rule.conditions.find(J2KRule::type);
-        if (type == rule.conditions.end() || !type->second.is_string()) {
+        const auto* type = rule.find(J2KRule::type);
+        if (type == nullptr || !type->is_string()) {
             continue;
         }
-        const std::string kind = type->second.get<std::string>();
+        const std::string kind = type->get<std::string>();
         if (kind == "Layer" && rule.value.is_number() && layers == 0) {
             const int64_t sum = rule.value.get<int64_t>() + subject.clayers;
             layers = static_cast<uint32_t>(std::max<int64_t>(1, sum));  // never below one layer

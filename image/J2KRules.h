@@ -4,14 +4,15 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Tessel {
 
-struct J2KRule {
+// The check sees a throw inside the JSON type's special members, which are noexcept.
+struct J2KRule {  // NOLINT(bugprone-exception-escape)
     enum Key : uint32_t {
         priority = 1,
         order = 2,
@@ -21,8 +22,14 @@ struct J2KRule {
         file = 6,
         type = 100,
     };
-    std::map<uint32_t, nlohmann::ordered_json> conditions;
+    // Entries by key, in ascending order of key, each key once.
+    std::vector<std::pair<uint32_t, nlohmann::ordered_json>> conditions;
     nlohmann::ordered_json value;
+
+    // The entry of `key`, or null.
+    const nlohmann::ordered_json* find(uint32_t key) const;
+    // Sets the entry of `key`, in its place.
+    void set(uint32_t key, nlohmann::ordered_json entry);
 
     // The rule's conditions as "Name=value" joined by ";".
     std::string text() const;

@@ -64,6 +64,7 @@ ImageSegmentFields readImageSegmentFields(const NITFImage* image) {
     if (fields.nbands == 0) {
         fields.nbands = numberOf<uint32_t>(subheader->numMultispectralImageBands);
     }
+    fields.abpp = textOf(subheader->actualBitsPerPixel);
     fields.pvtype = textOf(subheader->pixelValueType);
     fields.imode = textOf(subheader->imageMode);
     fields.comrat = textOf(subheader->compressionRate);

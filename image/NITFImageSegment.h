@@ -30,6 +30,7 @@ struct ImageSegmentFields {
     uint32_t nppbv = 0;
     uint32_t nbpp = 0;
     uint32_t nbands = 0;  // XBANDS when NBANDS is 0
+    std::string abpp;     // as stored
     std::string pvtype;   // as stored, blanks included
     std::string imode;
     std::string comrat;  // absent (empty) for uncompressed images

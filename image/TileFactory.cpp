@@ -165,8 +165,11 @@ void registerBuiltinTileFactories() {
     // Called once, before any other registration; appends without the public entry, which
     // would wait for this very call.
     std::lock_guard lock(makerListMutex());
+    makerList().push_back(
+        {"C8_M8_J2K_OpenJPEG_(nitf.j2k.opj.enabled)", makeJ2KOpenJPEGTileFactory});
     makerList().push_back({"C3_M3_JPEG", makeJpegTileFactory});
     makerList().push_back({"C4_M4_VQ", makeVectorQuantisedTileFactory});
+    makerList().push_back({"C8_M8_J2K_Kakadu_(nitf.j2k.kdu.enabled)", makeJ2KTileFactory});
     makerList().push_back({"NC_MC_NoCompression", makeUncompressedTileFactory});
 }
 

@@ -11,6 +11,14 @@ namespace Tessel {
 class NITFImage;
 struct ImageOptions;
 
+// Images with IC C8 or M8, decoded by OpenJPEG while nitf.j2k.opj.enabled is set.
+std::unique_ptr<TileFactory> makeJ2KOpenJPEGTileFactory(const NITFImage* image,
+                                                        const ImageOptions& options);
+
+// Images with IC C8 or M8, decoded through the J2K engine while nitf.j2k.kdu.enabled is set.
+std::unique_ptr<TileFactory> makeJ2KTileFactory(const NITFImage* image,
+                                                const ImageOptions& options);
+
 // Images with IC C3 or M3: a JPEG stream per block.
 std::unique_ptr<TileFactory> makeJpegTileFactory(const NITFImage* image,
                                                  const ImageOptions& options);

@@ -10,7 +10,7 @@ packages=(
   libboost-dev libfmt-dev libspdlog-dev libgeographiclib-dev
   libtiff-dev libpng-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  gdal-bin python3-gdal python3
+  gdal-bin python3-gdal python3 libopenjp2-tools
 )
 
 missing=()

@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """Print what GDAL decodes from NITF files, as SHA-256 digests of the raster.
 
-Usage: gdal_band_digests.py FILE...
+Usage: gdal_band_digests.py [--overview N] FILE...
+
+With --overview N (N >= 1) the digests are those of each band's overview N - 1, the pyramid
+level N; an image without that overview is {"error": "no overview N"}.
 
 Prints one JSON object: for each file, a list of its images, each with "size" [width, height],
 "bands" (the SHA-256 of ReadRaster of each band, native type, little-endian), "pair" (for
@@ -43,7 +46,19 @@ def msb12(band):
     return hashlib.sha256(samples.tobytes()).hexdigest()
 
 
-def image_digests(dataset):
+def overview_digests(dataset, level):
+    bands = [dataset.GetRasterBand(i + 1) for i in range(dataset.RasterCount)]
+    if not bands or bands[0].GetOverviewCount() < level:
+        return {"error": "no overview %d" % level}
+    views = [band.GetOverview(level - 1) for band in bands]
+    return {"size": [views[0].XSize, views[0].YSize],
+            "bands": [hashlib.sha256(view.ReadRaster()).hexdigest() for view in views],
+            "pair": None, "msb12": [None] * len(views)}
+
+
+def image_digests(dataset, level=0):
+    if level > 0:
+        return overview_digests(dataset, level)
     bands = [hashlib.sha256(dataset.GetRasterBand(i + 1).ReadRaster()).hexdigest()
              for i in range(dataset.RasterCount)]
     pair = None
@@ -58,16 +73,16 @@ def image_digests(dataset):
             "msb12": twelve}
 
 
-def file_digests(path):
+def file_digests(path, level):
     dataset = gdal.Open(path)
     names = [value for key, value in (dataset.GetMetadata("SUBDATASETS") or {}).items()
              if key.endswith("_NAME")]
     if not names:
-        return [image_digests(dataset)]
+        return [image_digests(dataset, level)]
     images = []
     for name in sorted(names, key=lambda n: int(n.split(":")[1])):
         try:
-            images.append(image_digests(gdal.Open(name)))
+            images.append(image_digests(gdal.Open(name), level))
         except Exception as error:  # one image GDAL can't decode doesn't stop the others
             images.append({"error": str(error)})
     return images
@@ -75,9 +90,14 @@ def file_digests(path):
 
 def main():
     result = {}
-    for path in sys.argv[1:]:
+    paths = sys.argv[1:]
+    level = 0
+    if len(paths) >= 2 and paths[0] == "--overview":
+        level = int(paths[1])
+        paths = paths[2:]
+    for path in paths:
         try:
-            result[path] = file_digests(path)
+            result[path] = file_digests(path, level)
         except Exception as error:
             result[path] = {"error": str(error)}
     json.dump(result, sys.stdout)

@@ -74,7 +74,8 @@ TEST_F(TileMakers, AThrowingMakerStopsTheImageWithItsException) {
 }
 
 TEST_F(TileMakers, CompressionsWithoutMakerGetTheErrorFactory) {
-    for (const char* ic : {"C8", "I1"}) {
+    // C8 and M8 have makers of their own, which refuse data that isn't JPEG 2000.
+    for (const char* ic : {"I1"}) {
         ImageLayout layout = smallImage(ic, "VIS");
         layout.comrat = "00.0";
         OpenImage image(write(layout));

@@ -111,10 +111,11 @@ bool gdalAvailable() {
 
 namespace {
 
-// The JSON that an oracle script of tests/image prints for `files`.
-json runOracleScript(const char* script, const std::vector<fs::path>& files) {
-    std::string command =
-        std::string(oraclePython) + " '" + TESSEL_SOURCE_DIR + "/tests/image/" + script + "'";
+// The JSON that an oracle script of tests/image prints for its options and `files`.
+json runOracleScript(const char* script, const std::string& options,
+                     const std::vector<fs::path>& files) {
+    std::string command = std::string(oraclePython) + " '" + TESSEL_SOURCE_DIR + "/tests/image/" +
+                          script + "'" + options;
     for (const auto& file : files) {
         command += " '" + file.string() + "'";
     }
@@ -133,12 +134,13 @@ json runOracleScript(const char* script, const std::vector<fs::path>& files) {
 
 }  // namespace
 
-json gdalDigests(const std::vector<fs::path>& files) {
-    return runOracleScript("gdal_band_digests.py", files);
+json gdalDigests(const std::vector<fs::path>& files, uint32_t level) {
+    const std::string options = level > 0 ? " --overview " + std::to_string(level) : "";
+    return runOracleScript("gdal_band_digests.py", options, files);
 }
 
 json gdalColorTables(const std::vector<fs::path>& files) {
-    return runOracleScript("gdal_color_tables.py", files);
+    return runOracleScript("gdal_color_tables.py", "", files);
 }
 
 std::vector<fs::path> fixtureFiles() {

@@ -44,7 +44,8 @@ bool gdalAvailable();
 
 // GDAL's digests of many files, from one run of tests/image/gdal_band_digests.py: an object
 // keyed by path, each an array of images ({"size", "bands", "pair", "msb12"} or {"error"}).
-nlohmann::json gdalDigests(const std::vector<std::filesystem::path>& files);
+// A level above 0 gives the digests of GDAL's overview of that pyramid level.
+nlohmann::json gdalDigests(const std::vector<std::filesystem::path>& files, uint32_t level = 0);
 
 // GDAL's colour table of the first band of each file's first image, from one run of
 // tests/image/gdal_color_tables.py: an object keyed by path, each an array of four-number

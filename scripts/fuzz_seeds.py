@@ -1,0 +1,114 @@
+#!/usr/bin/env python3
+"""Writes the seed inputs of one fuzz target into its corpus folder.
+
+usage: fuzz_seeds.py TARGET CORPUS SHARED
+
+reader, image: every shared file that starts like a NITF or NSIF file.
+vq:            the corpus files whose manifest lists compression C4 or M4.
+jpeg12:        every 12-bit JPEG stream (FF D8 up to FF D9 with an SOF of precision 12)
+               in the shared files, or one made-up stream when there is none.
+j2k:           the JPEG 2000 codestreams in the shared files, from their SOC and SIZ
+               markers on, at most 256 KiB of each.
+Prints the number of seeds written.
+"""
+import csv
+import hashlib
+import os
+import sys
+
+
+def shared_files(shared, *folders):
+    for folder in folders:
+        for root, _, names in os.walk(os.path.join(shared, folder)):
+            for name in sorted(names):
+                path = os.path.join(root, name)
+                if os.path.isfile(path) and not os.path.islink(path):
+                    yield path
+
+
+def read(path):
+    with open(path, "rb") as f:
+        return f.read()
+
+
+def nitf_files(shared):
+    for path in shared_files(shared, "corpus", "fixtures"):
+        with open(path, "rb") as f:
+            if f.read(4) in (b"NITF", b"NSIF"):
+                yield read(path)
+
+
+def vq_frames(shared):
+    manifest = os.path.join(shared, "corpus", "MANIFEST.tsv")
+    if not os.path.exists(manifest):
+        return
+    with open(manifest, newline="") as f:
+        for row in csv.DictReader(f, delimiter="\t"):
+            compressions = (row.get("compressions") or "").split(",")
+            path = os.path.join(shared, "corpus", row["relative_path"])
+            if ("C4" in compressions or "M4" in compressions) and os.path.exists(path):
+                yield read(path)
+
+
+def twelve_bit_streams(shared):
+    for path in shared_files(shared, "corpus", "fixtures"):
+        data = read(path)
+        start = data.find(b"\xff\xd8")
+        while start >= 0:
+            end = data.find(b"\xff\xd9", start)
+            if end < 0:
+                break
+            stream = data[start:end + 2]
+            for sof in (b"\xff\xc0", b"\xff\xc1"):
+                at = stream.find(sof)
+                if 0 <= at and at + 4 < len(stream) and stream[at + 4] == 12:
+                    yield stream
+                    break
+            start = data.find(b"\xff\xd8", end)
+
+
+def made_up_twelve_bit_stream():
+    # One flat 8 x 8 grey block with its own tables.
+    dqt = b"\xff\xdb\x00\x43\x00" + b"\x01" * 64
+    dht = (b"\xff\xc4\x00\x14\x00" + bytes([0, 1] + [0] * 14) + b"\x00"
+           + b"\xff\xc4\x00\x14\x10" + bytes([1] + [0] * 15) + b"\x00")
+    sof = b"\xff\xc1\x00\x0b\x0c\x00\x08\x00\x08\x01\x01\x11\x00"
+    sos = b"\xff\xda\x00\x08\x01\x01\x00\x00\x3f\x00"
+    return b"\xff\xd8" + dqt + dht + sof + sos + b"\x1f\xff\xd9"
+
+
+def codestreams(shared):
+    for path in shared_files(shared, "fixtures", "corpus/codice/JitcJpeg2000"):
+        if not path.lower().endswith((".ntf", ".nitf", ".j2k")):
+            continue
+        data = read(path)
+        start = data.find(b"\xff\x4f\xff\x51")
+        if start >= 0:
+            yield data[start:start + 262144]
+
+
+def seeds(target, shared):
+    if target == "vq":
+        return vq_frames(shared)
+    if target == "jpeg12":
+        found = list(twelve_bit_streams(shared))
+        return found or [made_up_twelve_bit_stream()]
+    if target == "j2k":
+        return codestreams(shared)
+    return nitf_files(shared)
+
+
+def main():
+    target, corpus, shared = sys.argv[1:4]
+    count = 0
+    for data in seeds(target, shared):
+        name = os.path.join(corpus, "seed-" + hashlib.sha1(data).hexdigest()[:16])
+        if not os.path.exists(name):
+            with open(name, "wb") as f:
+                f.write(data)
+        count += 1
+    print(count)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,142 @@
+#pragma once
+// Small JPEG 2000 codestreams made by OpenJPEG's encoder, and NITF files around them, for the
+// C8 tests: the tiling, resolutions and sample values are the test's. Header-only.
+
+#include <openjpeg.h>
+
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/ImageFileBuilder.h"
+
+namespace tessel_test {
+
+struct J2KSpec {
+    uint32_t width = 64;
+    uint32_t height = 48;
+    uint32_t components = 1;
+    uint32_t precision = 8;
+    bool isSigned = false;
+    uint32_t tileWidth = 0;  // 0: one tile
+    uint32_t tileHeight = 0;
+    int resolutions = 1;
+    int layers = 1;
+    OPJ_PROG_ORDER order = OPJ_LRCP;
+    bool reversible = true;
+};
+
+// Sample (x, y) of component c, the same formula for every test.
+inline int32_t j2kSample(const J2KSpec& spec, uint32_t x, uint32_t y, uint32_t c) {
+    const int32_t range = 1 << spec.precision;
+    int32_t value = static_cast<int32_t>((x * 7 + y * 13 + c * 50 + (x * y) % 17) % range);
+    return spec.isSigned ? value - range / 2 : value;
+}
+
+namespace detail_j2k_codestream {
+
+inline OPJ_SIZE_T appendBytes(void* buffer, OPJ_SIZE_T size, void* user) {
+    auto* out = static_cast<std::string*>(user);
+    out->append(static_cast<const char*>(buffer), size);
+    return size;
+}
+inline OPJ_OFF_T skipBytes(OPJ_OFF_T count, void* user) {
+    auto* out = static_cast<std::string*>(user);
+    out->append(static_cast<size_t>(count), '\0');
+    return count;
+}
+inline OPJ_BOOL seekBytes(OPJ_OFF_T position, void* user) {
+    auto* out = static_cast<std::string*>(user);
+    if (static_cast<size_t>(position) > out->size()) {
+        out->resize(static_cast<size_t>(position));
+    }
+    return OPJ_FALSE;  // the encoder seeks only for TLM and index boxes, which aren't asked for
+}
+inline void quiet(const char* /*message*/, void* /*client*/) {}
+
+}  // namespace detail_j2k_codestream
+
+// The raw codestream; empty when the encoder refuses the spec.
+inline std::string encodeJ2K(const J2KSpec& spec) {
+    using namespace detail_j2k_codestream;
+    std::vector<opj_image_cmptparm_t> parameters(spec.components);
+    for (auto& p : parameters) {
+        std::memset(&p, 0, sizeof p);
+        p.dx = p.dy = 1;
+        p.w = spec.width;
+        p.h = spec.height;
+        p.prec = spec.precision;
+        p.sgnd = spec.isSigned ? 1 : 0;
+    }
+    opj_image_t* image = opj_image_create(spec.components, parameters.data(),
+                                          spec.components == 3 ? OPJ_CLRSPC_SRGB : OPJ_CLRSPC_GRAY);
+    image->x1 = spec.width;
+    image->y1 = spec.height;
+    for (uint32_t c = 0; c < spec.components; ++c) {
+        for (uint32_t y = 0; y < spec.height; ++y) {
+            for (uint32_t x = 0; x < spec.width; ++x) {
+                image->comps[c].data[y * spec.width + x] = j2kSample(spec, x, y, c);
+            }
+        }
+    }
+    opj_cparameters_t coding;
+    opj_set_default_encoder_parameters(&coding);
+    coding.numresolution = spec.resolutions;
+    coding.prog_order = spec.order;
+    coding.irreversible = spec.reversible ? 0 : 1;
+    coding.tcp_numlayers = spec.layers;
+    for (int layer = 0; layer < spec.layers; ++layer) {
+        coding.tcp_rates[layer] = static_cast<float>(1 << (spec.layers - 1 - layer));
+    }
+    if (spec.layers == 1) {
+        coding.tcp_rates[0] = 0;
+    }
+    coding.cp_disto_alloc = 1;
+    if (spec.tileWidth != 0) {
+        coding.tile_size_on = OPJ_TRUE;
+        coding.cp_tdx = static_cast<int>(spec.tileWidth);
+        coding.cp_tdy = static_cast<int>(spec.tileHeight);
+    }
+    std::string out;
+    opj_codec_t* codec = opj_create_compress(OPJ_CODEC_J2K);
+    opj_set_info_handler(codec, quiet, nullptr);
+    opj_set_warning_handler(codec, quiet, nullptr);
+    opj_set_error_handler(codec, quiet, nullptr);
+    opj_stream_t* stream = opj_stream_create(1 << 16, OPJ_FALSE);
+    opj_stream_set_user_data(stream, &out, nullptr);
+    opj_stream_set_write_function(stream, appendBytes);
+    opj_stream_set_skip_function(stream, skipBytes);
+    opj_stream_set_seek_function(stream, seekBytes);
+    const bool ok = opj_setup_encoder(codec, &coding, image) &&
+                    opj_start_compress(codec, image, stream) && opj_encode(codec, stream) &&
+                    opj_end_compress(codec, stream);
+    opj_stream_destroy(stream);
+    opj_destroy_codec(codec);
+    opj_image_destroy(image);
+    return ok ? out : std::string();
+}
+
+// A NITF file of one C8 image holding `codestream`, with the spec's geometry.
+inline void writeJ2KFile(const std::filesystem::path& path, const J2KSpec& spec,
+                         const std::string& codestream, const std::string& imode = "B") {
+    image_test::ImageLayout layout;
+    layout.rows = spec.height;
+    layout.cols = spec.width;
+    layout.ic = "C8";
+    layout.comrat = "N001";
+    layout.imode = imode;
+    layout.abpp = spec.precision;
+    layout.nbpp = spec.precision <= 8 ? 8 : spec.precision <= 16 ? 16 : 32;
+    layout.pvtype = spec.isSigned ? "SI" : "INT";
+    layout.irep = spec.components == 3 ? "RGB" : "MONO";
+    layout.bands = spec.components == 3 ? std::vector<image_test::BandLayout>{image_test::band("R"),
+                                                                              image_test::band("G"),
+                                                                              image_test::band("B")}
+                                        : image_test::bands(spec.components);
+    layout.data = codestream;
+    image_test::ImageFileBuilder().add(layout).write(path);
+}
+
+}  // namespace tessel_test

@@ -3,8 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <regex>
 #include <stdexcept>
 #include <thread>
@@ -33,15 +34,47 @@ public:
 };
 
 // Block (0, 0) loads without a buffer; every other block takes a while and is counted.
-std::atomic<int> slowLoadsDone{0};
+// Loads of the blocks other than (0, 0): on a worker they wait until the test lets them go,
+// on the reading thread they finish at once (that thread may help with queued loads while
+// it waits for its own tile).
+struct HeldLoads {
+    std::mutex mutex;
+    std::condition_variable released;
+    bool go = true;
+    std::thread::id reader;
+    int done = 0;
+
+    void hold(std::thread::id readerThread) {
+        const std::lock_guard lock(mutex);
+        go = false;
+        reader = readerThread;
+        done = 0;
+    }
+    void release() {
+        const std::lock_guard lock(mutex);
+        go = true;
+        released.notify_all();
+    }
+    void wait() {
+        std::unique_lock lock(mutex);
+        if (std::this_thread::get_id() != reader) {
+            released.wait_for(lock, std::chrono::seconds(10), [this] { return go; });
+        }
+        ++done;
+    }
+    int finished() {
+        const std::lock_guard lock(mutex);
+        return done;
+    }
+};
+HeldLoads heldLoads;
 
 class SlowTile : public Tile {
 public:
     using Tile::Tile;
     bool load(TileGroup&) override {
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        heldLoads.wait();
         allocateBuffer();
-        ++slowLoadsDone;
         return true;
     }
 };
@@ -140,15 +173,24 @@ TEST(ImageFailures, TileWithoutBufferMakesReadsFalse) {
 }
 
 TEST(ImageFailures, TileWithoutBufferFailsTheRegionAtOnce) {
-    // The read gives false on the first tile without a buffer, without waiting for the other
-    // loads it queued (each takes 30 ms): they go on in the pool.
+    // The read gives false on the first tile without a buffer, without waiting for the
+    // other loads it queued: those held on workers are still held when it returns.
     file_test::TempDir dir;
     const auto opened = openBroken(dir, "PARTIAL");
     ASSERT_TRUE(opened.image);
-    slowLoadsDone = 0;
+    heldLoads.hold(std::this_thread::get_id());
     std::vector<uint8_t> out;
-    EXPECT_FALSE(opened->readRegionViaPixels(0, 0, 8, 8, 8, 8, {0}, out));
-    EXPECT_LT(slowLoadsDone.load(), 3);
+    const auto start = std::chrono::steady_clock::now();
+    const bool read = opened->readRegionViaPixels(0, 0, 8, 8, 8, 8, {0}, out);
+    const auto took = std::chrono::steady_clock::now() - start;
+    heldLoads.release();
+    EXPECT_FALSE(read);
+    EXPECT_LT(took, std::chrono::seconds(5)) << "the read waited for the held loads";
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (heldLoads.finished() < 3 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_EQ(heldLoads.finished(), 3);
 }
 
 TEST(ImageFailures, ZeroBlockSizeRefusesRegionsAndHistograms) {

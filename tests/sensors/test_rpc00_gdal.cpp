@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -234,6 +236,65 @@ TEST(RPC00ModelGdal, FileModelReadsHeaderAndRecord) {
                                       [&](const std::string& text) { failures.push_back(text); }));
     ASSERT_FALSE(failures.empty());
     EXPECT_EQ(failures.back(), "Could not find a RPC00A TRE");
+}
+
+}  // namespace
+
+namespace {
+
+// The fixture with its RPC00B cut to `kept` bytes of data, the lengths of the TRE, the
+// subheader's extension area, the subheader and the file made to agree with the cut.
+std::string cutRpcFixture(const fs::path& fixture, size_t kept) {
+    std::ifstream in(fixture, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const size_t removed = 1041 - kept;
+    const auto replace = [&](const std::string& from, const std::string& to) {
+        const size_t at = bytes.find(from);
+        if (at == std::string::npos) {
+            return false;
+        }
+        bytes.replace(at, from.size(), to);
+        return true;
+    };
+    const size_t tre = bytes.find("RPC00B01041");
+    if (tre == std::string::npos ||
+        !replace("000000004970000404001001494",
+                 fmt::format("{:012}000404001{:06}", 4970 - removed, 1494 - removed)) ||
+        !replace("01055000RPC00B01041", fmt::format("{:05}000RPC00B{:05}", 1055 - removed, kept))) {
+        return {};
+    }
+    bytes.erase(tre + 11 + kept, removed);
+    return bytes;
+}
+
+TEST(RPC00ModelFile, TreCutShortGivesNoModelAndNoCrash) {
+    const fs::path fixture = fs::path(TESSEL_SHARED_DIR) / "fixtures" / "tre_rpc00b.ntf";
+    if (!fs::exists(fixture)) {
+        GTEST_SKIP() << "no shared folder";
+    }
+    const fs::path folder = fs::temp_directory_path() / "tessel_rpc_cut";
+    fs::create_directories(folder);
+    for (size_t kept : {0u, 1u, 80u, 540u, 1000u}) {
+        const std::string bytes = cutRpcFixture(fixture, kept);
+        ASSERT_FALSE(bytes.empty());
+        const fs::path file = folder / fmt::format("cut_{}.ntf", kept);
+        std::ofstream(file, std::ios::binary) << bytes;
+        Tessel::NITFMessages messages;
+        const Tessel::NITFFileContext context = Tessel::NITFFactory::get().open(
+            Tessel::NITFURI(std::string_view(file.string())), messages);
+        std::vector<std::string> failures;
+        const auto model = RPC00Model::fromFile(
+            context, RPC_B_MODEL_NAME, [&](const std::string& text) { failures.push_back(text); });
+        EXPECT_FALSE(model) << kept;
+        ASSERT_FALSE(failures.empty()) << kept;
+        const std::string& last = failures.back();
+        EXPECT_TRUE(last == "Could not find a RPC00B TRE" ||
+                    last.find("' not found") != std::string::npos ||
+                    last.find("is not a number") != std::string::npos)
+            << kept << ": " << last;
+        std::cout << "RPC00B cut to " << kept << " bytes: " << last << "\n";
+    }
+    fs::remove_all(folder);
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 # Fuzzes one target: builds it in the "asan" preset (clang, ASan + UBSan, the library
 # instrumented for libFuzzer's coverage), seeds a corpus under build/fuzz/TARGET/ from the shared NITF files (or, without them, the demo
 # sample), and runs fuzz_TARGET for SECONDS (default 60). TARGET is "reader" (the record
-# reader, the default) or "image" (opening a file and reading its images). Fails on any
+# reader, the default), "image" (opening a file and reading its images) or "rpc" (the RPC
+# record reader, seeded with the RPC00A/RPC00B TREs of the shared files). Fails on any
 # crash, leak, timeout or out-of-memory; the input that caused it is left in
 # build/fuzz/TARGET/artifacts/.
 #
@@ -12,8 +13,8 @@ set -euo pipefail
 seconds="${1:-60}"
 target="${2:-reader}"
 case "$target" in
-    reader | image) ;;
-    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image)" >&2; exit 2 ;;
+    reader | image | rpc) ;;
+    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image, rpc)" >&2; exit 2 ;;
 esac
 root="$(cd "$(dirname "$0")/.." && pwd)"
 shared="$root/../shared"
@@ -39,7 +40,28 @@ seed_from() {
     done < <(find "$dir" -type f -print0)
 }
 
-if [ -d "$shared/corpus" ] || [ -d "$shared/fixtures" ]; then
+# The data of each RPC00A/RPC00B TRE of a file, after a selector byte (bit 0: read as
+# RPC00B). A TRE's data is 1041 bytes after its tag and length.
+seed_rpc_from() {
+    local dir="$1" file tag offset
+    [ -d "$dir" ] || return 0
+    while IFS= read -r -d '' file; do
+        for tag in RPC00A RPC00B; do
+            offset="$(grep -abo "${tag}01041" "$file" 2>/dev/null | head -n 1 | cut -d: -f1)" || true
+            [ -n "$offset" ] || continue
+            {
+                if [ "$tag" = RPC00B ]; then printf '\001'; else printf '\000'; fi
+                tail -c +"$((offset + 12))" "$file" | head -c 1041
+            } >"$corpus/seed-$tag-$(sha1sum "$file" | cut -c1-16)"
+        done
+    done < <(find "$dir" -type f -print0)
+}
+
+if [ "$target" = rpc ]; then
+    seed_rpc_from "$shared/corpus"
+    seed_rpc_from "$shared/fixtures"
+    printf '\003{"IID2":"x","RPC00B":{"SUCCESS":"1"}}' >"$corpus/seed-state"
+elif [ -d "$shared/corpus" ] || [ -d "$shared/fixtures" ]; then
     seed_from "$shared/corpus"
     seed_from "$shared/fixtures"
 else

@@ -207,7 +207,6 @@ std::unique_ptr<RPC00Model> guarded(const RPC00FailSink& fail, Read&& read) {
 
 }  // namespace detail_rpc_model
 
-
 std::unique_ptr<RPC00Model> RPC00Model::fromDocument(const nlohmann::json& document,
                                                      const std::string& name,
                                                      const RPC00FailSink& fail) {

@@ -7,8 +7,12 @@
 #include <string>
 #include <vector>
 
+#include <cstdlib>
+#include <filesystem>
+
 #include "tessel/core/Options.h"
 #include "tessel/csm/Error.h"
+#include "tessel/platform/base/nitf_config.h"
 #include "tessel/sensors/RPC00Model.h"
 
 namespace {
@@ -247,6 +251,28 @@ TEST(RasterModelBase, StateIsNameBlankAndCompactJsonInWritingOrder) {
     EXPECT_EQ(built.model->getImageIdentifier(), "Test image");
     EXPECT_EQ(built.model->getReferenceDateAndTime(), "20021216151629");
     EXPECT_EQ(built.model->getSensorIdentifier(), "UNKNOWN");
+}
+
+TEST(RasterModelBase, VersionComesFromTheConfigurationProperties) {
+    const std::filesystem::path store =
+        std::filesystem::temp_directory_path() / "tessel_sensor_version_config.json";
+    std::filesystem::remove(store);
+    const char* previous = std::getenv("TESSEL_CONFIG");
+    const std::string saved = previous != nullptr ? previous : "";
+    setenv("TESSEL_CONFIG", store.c_str(), 1);
+    auto built = build(rpcDocument());
+    ASSERT_TRUE(built.model);
+    EXPECT_EQ(built.model->getVersion().version(), "0.0.0");
+    ASSERT_TRUE(nitf_config::write_property(L"RasterSensors", L"VersionMajor", 2.9));
+    ASSERT_TRUE(nitf_config::write_property(L"RasterSensors", L"VersionMinor", L"7"));
+    ASSERT_TRUE(nitf_config::write_property(L"RasterSensors", L"VersionPatch", L"x"));
+    EXPECT_EQ(built.model->getVersion().version(), "2.7.0");
+    if (previous != nullptr) {
+        setenv("TESSEL_CONFIG", saved.c_str(), 1);
+    } else {
+        unsetenv("TESSEL_CONFIG");
+    }
+    std::filesystem::remove(store);
 }
 
 // --- The rational polynomial model ----------------------------------------------------

@@ -3,7 +3,7 @@ include(CMakePackageConfigHelpers)
 # The public headers need C++20; say so to targets that link the installed package.
 target_compile_features(tessel PUBLIC cxx_std_20)
 
-install(TARGETS tessel EXPORT TesselTargets
+install(TARGETS tessel tessel_csm EXPORT TesselTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

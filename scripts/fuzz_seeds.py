@@ -9,6 +9,9 @@ jpeg12:        every 12-bit JPEG stream (FF D8 up to FF D9 with an SOF of precis
                in the shared files, or one made-up stream when there is none.
 j2k:           the JPEG 2000 codestreams in the shared files, from their SOC and SIZ
                markers on, at most 256 KiB of each.
+rpc:           the data of each RPC00A and RPC00B TRE in the shared files (1041 bytes after
+               its tag and length) behind a selector byte (bit 0: read as RPC00B), and one
+               state document.
 Prints the number of seeds written.
 """
 import csv
@@ -87,6 +90,16 @@ def codestreams(shared):
             yield data[start:start + 262144]
 
 
+def rpc_records(shared):
+    for path in shared_files(shared, "corpus", "fixtures"):
+        data = read(path)
+        for selector, tag in ((0, b"RPC00A"), (1, b"RPC00B")):
+            at = data.find(tag + b"01041")
+            if at >= 0:
+                yield bytes([selector]) + data[at + 11:at + 11 + 1041]
+    yield b'\x03{"IID2":"x","RPC00B":{"SUCCESS":"1"}}'
+
+
 def seeds(target, shared):
     if target == "vq":
         return vq_frames(shared)
@@ -95,6 +108,8 @@ def seeds(target, shared):
         return found or [made_up_twelve_bit_stream()]
     if target == "j2k":
         return codestreams(shared)
+    if target == "rpc":
+        return rpc_records(shared)
     return nitf_files(shared)
 
 

@@ -10,6 +10,7 @@ extern const char* const sampleFile;
 extern const char* const toolFile;
 extern const char* const trePlugin;
 extern const char* const extensionPlugin;
+extern const char* const csmPluginDir;
 }  // namespace tessel_test_paths
 
 #define TESSEL_SHARED_DIR (::tessel_test_paths::sharedDir)
@@ -18,3 +19,4 @@ extern const char* const extensionPlugin;
 #define TESSEL_TOOL (::tessel_test_paths::toolFile)
 #define TESSEL_TEST_TREPLUGIN (::tessel_test_paths::trePlugin)
 #define TESSEL_TEST_EXTPLUGIN (::tessel_test_paths::extensionPlugin)
+#define TESSEL_TEST_CSMPLUGIN_DIR (::tessel_test_paths::csmPluginDir)

@@ -1,0 +1,300 @@
+// The RPC model against GDAL's RPC transformer on every shared file that carries an RPC00A
+// or RPC00B TRE: ground to image on a grid over each image at three heights, and image to
+// ground where both inversions converge.
+
+#include <gtest/gtest.h>
+
+#include <fmt/format.h>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "platform/nitf/nitf_test_files.h"
+#include "support/GdalOracle.h"
+#include "support/TestPaths.h"
+#include "tessel/core/NITFMessages.h"
+#include "tessel/core/NITFURI.h"
+#include "tessel/core/Options.h"
+#include "tessel/file/NITFFactory.h"
+#include "tessel/file/NITFFileContext.h"
+#include "tessel/sensors/RPC00Model.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using namespace VEXASensors;
+
+constexpr int kGridSteps = 100;
+constexpr double kPixelTolerance = 1e-6;
+constexpr double kDegreeTolerance = 1e-7;
+
+struct RpcFile {
+    fs::path path;
+    std::string treName;
+};
+
+std::string treOf(const fs::path& path) {
+    Tessel::NITFMessages messages;
+    const Tessel::NITFFileContext file =
+        Tessel::NITFFactory::get().open(Tessel::NITFURI(std::string_view(path.string())), messages);
+    for (const char* tre : {"RPC00B", "RPC00A"}) {
+        if (!file.getPathString(std::string("/TRE/") + tre + "/_exists", "").empty()) {
+            return tre;
+        }
+    }
+    return "";
+}
+
+// Fixtures found by reading each one; corpus files by the TREs that the manifest lists.
+std::vector<RpcFile> findRpcFiles() {
+    std::vector<RpcFile> files;
+    for (const auto& fixture : tessel_test::fixtureFiles()) {
+        if (fixture.extension() != ".ntf" && fixture.extension() != ".nitf" &&
+            fixture.extension() != ".nsf") {
+            continue;
+        }
+        if (const std::string tre = treOf(fixture); !tre.empty()) {
+            files.push_back({fixture, tre});
+        }
+    }
+    const fs::path corpus = fs::path(TESSEL_SHARED_DIR) / "corpus";
+    if (fs::exists(corpus / "MANIFEST.tsv")) {
+        for (auto& row : nitf_test::readTable(corpus / "MANIFEST.tsv")) {
+            const std::string& tres = row["tres"];
+            if (tres.find("RPC00A") != std::string::npos ||
+                tres.find("RPC00B") != std::string::npos) {
+                files.push_back(
+                    {corpus / row["relative_path"], treOf(corpus / row["relative_path"])});
+            }
+        }
+    }
+    return files;
+}
+
+const std::vector<RpcFile>& rpcFiles() {
+    static const std::vector<RpcFile> files = findRpcFiles();
+    return files;
+}
+
+json gdalPoints(const fs::path& file) {
+    const std::string command = std::string("/usr/bin/python3 '") + TESSEL_SOURCE_DIR +
+                                "/tests/sensors/gdal_rpc_points.py' '" + file.string() + "' " +
+                                std::to_string(kGridSteps) + " 2>/dev/null";
+    std::string out;
+    if (FILE* pipe = popen(command.c_str(), "r"); pipe != nullptr) {
+        char buffer[65536];
+        size_t count = 0;
+        while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0) {
+            out.append(buffer, count);
+        }
+        pclose(pipe);
+    }
+    return json::parse(out, nullptr, false);
+}
+
+std::unique_ptr<RPC00Model> modelOf(const RpcFile& file) {
+    Tessel::NITFMessages messages;
+    const Tessel::NITFFileContext context = Tessel::NITFFactory::get().open(
+        Tessel::NITFURI(std::string_view(file.path.string())), messages);
+    std::vector<std::string> failures;
+    auto model = RPC00Model::fromFile(
+        context, file.treName == "RPC00A" ? RPC_A_MODEL_NAME : RPC_B_MODEL_NAME,
+        [&](const std::string& text) { failures.push_back(text); });
+    EXPECT_TRUE(model) << file.path << ": " << (failures.empty() ? "" : failures.front());
+    return model;
+}
+
+struct Counts {
+    size_t forward = 0;
+    size_t inverse = 0;
+    size_t gdalNotConverged = 0;
+    size_t oursNotConverged = 0;
+    size_t mismatches = 0;
+};
+
+// `shift` is what GDAL's image coordinates exceed the model's by.
+Counts compare(const RPC00Model& model, const json& gdal, double shift, const std::string& name) {
+    Counts counts;
+    // Every difference counts; the first few are shown.
+    const auto check = [&](bool agrees, const char* what, double u, double v) {
+        if (!agrees && ++counts.mismatches <= 5) {
+            ADD_FAILURE() << name << ": " << what << " differs from GDAL at " << u << ", " << v;
+        }
+    };
+    const auto checkForward = [&](double lon, double lat, double h, double px, double ln) {
+        const ImageCoord ours =
+            model.groundToImage_llh(LLHCoord(lat, lon, h), 0.001, nullptr, nullptr);
+        check(std::fabs(ours.samp + shift - px) <= kPixelTolerance &&
+                  std::fabs(ours.line + shift - ln) <= kPixelTolerance,
+              "ground to image", lat, lon);
+        ++counts.forward;
+    };
+    for (const auto& p : gdal["points"]) {
+        const double px = p[0], ln = p[1], h = p[2];
+        if (p[5].get<bool>() && p[3].is_number() && p[4].is_number()) {
+            const double lon = p[3], lat = p[4];
+            if (p[8].get<bool>() && p[6].is_number() && p[7].is_number()) {
+                checkForward(lon, lat, h, p[6], p[7]);
+            }
+            csm::WarningList warnings;
+            const LLHCoord ours = model.imageToGround_llh(ImageCoord(ln - shift, px - shift), h,
+                                                          1e-9, nullptr, &warnings);
+            if (warnings.empty()) {
+                check(std::fabs(ours.lat - lat) <= kDegreeTolerance &&
+                          std::fabs(ours.lon - lon) <= kDegreeTolerance,
+                      "image to ground", ln, px);
+                ++counts.inverse;
+            } else {
+                ++counts.oursNotConverged;
+            }
+        } else {
+            ++counts.gdalNotConverged;
+        }
+    }
+    for (const auto& p : gdal["ground_points"]) {
+        if (p[5].get<bool>() && p[3].is_number() && p[4].is_number()) {
+            checkForward(p[0], p[1], p[2], p[3], p[4]);
+        }
+    }
+    return counts;
+}
+
+TEST(RPC00ModelGdal, GroundAndImageAgreeWithGdalOnEverySharedRpcFile) {
+    if (!fs::exists(TESSEL_SHARED_DIR)) {
+        GTEST_SKIP() << "no shared folder";
+    }
+    if (!tessel_test::gdalAvailable()) {
+        GTEST_SKIP() << "GDAL's Python bindings are missing";
+    }
+    const auto files = rpcFiles();
+    ASSERT_FALSE(files.empty());
+    size_t agreeing = 0;
+    for (const auto& file : files) {
+        const json gdal = gdalPoints(file.path);
+        ASSERT_TRUE(gdal.is_object() && gdal.contains("points")) << file.path;
+        const auto model = modelOf(file);
+        ASSERT_TRUE(model);
+        const Counts counts = compare(*model, gdal, 0.5, file.path.filename().string());
+        std::cout << file.path.filename() << " " << file.treName << ": " << counts.forward
+                  << " ground-to-image points, " << counts.inverse << " image-to-ground points, "
+                  << counts.mismatches << " beyond tolerance; not converged: GDAL "
+                  << counts.gdalNotConverged << ", ours " << counts.oursNotConverged << "\n";
+        EXPECT_GT(counts.forward, 0u);
+        if (counts.mismatches == 0 && counts.forward > 0) {
+            ++agreeing;
+        }
+    }
+    std::cout << agreeing << " of " << files.size() << " RPC files agree with GDAL\n";
+    EXPECT_EQ(agreeing, files.size());
+}
+
+TEST(RPC00ModelGdal, HalfPixelOffsetMatchesGdalsPixelCentres) {
+    if (!fs::exists(TESSEL_SHARED_DIR) || !tessel_test::gdalAvailable()) {
+        GTEST_SKIP() << "no shared folder or no GDAL";
+    }
+    Tessel::s_opt_vexa_rpc_pixel_offset.override_value(0.5);
+    const auto files = rpcFiles();
+    ASSERT_FALSE(files.empty());
+    for (const auto& file : files) {
+        const auto model = modelOf(file);
+        ASSERT_TRUE(model);
+        const json gdal = gdalPoints(file.path);
+        ASSERT_TRUE(gdal.is_object() && gdal.contains("points")) << file.path;
+        const Counts counts = compare(*model, gdal, 0.0, file.path.string());
+        EXPECT_GT(counts.forward, 0u);
+        EXPECT_EQ(counts.mismatches, 0u);
+    }
+    Tessel::s_opt_vexa_rpc_pixel_offset.reset();
+}
+
+TEST(RPC00ModelGdal, FileModelReadsHeaderAndRecord) {
+    const fs::path fixture = fs::path(TESSEL_SHARED_DIR) / "fixtures" / "tre_rpc00b.ntf";
+    if (!fs::exists(fixture)) {
+        GTEST_SKIP() << "no shared folder";
+    }
+    const auto model = modelOf({fixture, "RPC00B"});
+    ASSERT_TRUE(model);
+    EXPECT_EQ(model->getModelName(), "VEXA_RPC_B");
+    EXPECT_EQ(model->getReferenceDateAndTime(), "20021216151629");
+    EXPECT_EQ(model->record().LAT_OFF, 42.3);
+    EXPECT_EQ(model->record().ERR_BIAS, 1.5);
+    EXPECT_EQ(model->record().SAMP_NUM_COEFF[1], 1.0);
+    const std::string state = model->getModelState();
+    EXPECT_NE(state.find("\"NROWS\":48,\"NCOLS\":64"), std::string::npos) << state;
+    // The file has no RPC00A.
+    std::vector<std::string> failures;
+    Tessel::NITFMessages messages;
+    const Tessel::NITFFileContext context = Tessel::NITFFactory::get().open(
+        Tessel::NITFURI(std::string_view(fixture.string())), messages);
+    EXPECT_FALSE(RPC00Model::fromFile(context, RPC_A_MODEL_NAME,
+                                      [&](const std::string& text) { failures.push_back(text); }));
+    ASSERT_FALSE(failures.empty());
+    EXPECT_EQ(failures.back(), "Could not find a RPC00A TRE");
+}
+
+}  // namespace
+
+namespace {
+
+// The fixture with its RPC00B cut to `kept` bytes of data, the lengths of the TRE, the
+// subheader's extension area, the subheader and the file made to agree with the cut.
+std::string cutRpcFixture(const fs::path& fixture, size_t kept) {
+    std::ifstream in(fixture, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const size_t removed = 1041 - kept;
+    const auto replace = [&](const std::string& from, const std::string& to) {
+        const size_t at = bytes.find(from);
+        if (at == std::string::npos) {
+            return false;
+        }
+        bytes.replace(at, from.size(), to);
+        return true;
+    };
+    const size_t tre = bytes.find("RPC00B01041");
+    if (tre == std::string::npos ||
+        !replace("000000004970000404001001494",
+                 fmt::format("{:012}000404001{:06}", 4970 - removed, 1494 - removed)) ||
+        !replace("01055000RPC00B01041", fmt::format("{:05}000RPC00B{:05}", 1055 - removed, kept))) {
+        return {};
+    }
+    bytes.erase(tre + 11 + kept, removed);
+    return bytes;
+}
+
+TEST(RPC00ModelFile, TreCutShortGivesNoModelAndNoCrash) {
+    const fs::path fixture = fs::path(TESSEL_SHARED_DIR) / "fixtures" / "tre_rpc00b.ntf";
+    if (!fs::exists(fixture)) {
+        GTEST_SKIP() << "no shared folder";
+    }
+    const fs::path folder = fs::temp_directory_path() / "tessel_rpc_cut";
+    fs::create_directories(folder);
+    for (size_t kept : {0u, 1u, 80u, 540u, 1000u}) {
+        const std::string bytes = cutRpcFixture(fixture, kept);
+        ASSERT_FALSE(bytes.empty());
+        const fs::path file = folder / fmt::format("cut_{}.ntf", kept);
+        std::ofstream(file, std::ios::binary) << bytes;
+        Tessel::NITFMessages messages;
+        const Tessel::NITFFileContext context = Tessel::NITFFactory::get().open(
+            Tessel::NITFURI(std::string_view(file.string())), messages);
+        std::vector<std::string> failures;
+        const auto model = RPC00Model::fromFile(
+            context, RPC_B_MODEL_NAME, [&](const std::string& text) { failures.push_back(text); });
+        EXPECT_FALSE(model) << kept;
+        ASSERT_FALSE(failures.empty()) << kept;
+        const std::string& last = failures.back();
+        EXPECT_TRUE(last == "Could not find a RPC00B TRE" ||
+                    last.find("' not found") != std::string::npos ||
+                    last.find("is not a number") != std::string::npos)
+            << kept << ": " << last;
+        std::cout << "RPC00B cut to " << kept << " bytes: " << last << "\n";
+    }
+    fs::remove_all(folder);
+}
+
+}  // namespace

@@ -4,35 +4,20 @@
 // mutations reach. Every cache is emptied between inputs, so that each input is read from
 // its own bytes.
 
-#include <unistd.h>
-
-#include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <exception>
 #include <filesystem>
-#include <fstream>
-#include <string>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
-#include "tessel/core/NITFMessages.h"
-#include "tessel/core/NITFURI.h"
-#include "tessel/file/NITFFactory.h"
-#include "tessel/file/NITFFileContext.h"
-#include "tessel/image/ImageOptions.h"
+#include "FuzzImages.h"
 #include "tessel/image/NITFImage.h"
 
 namespace {
 
 constexpr size_t kMostImages = 2;
 constexpr uint32_t kMostBlocks = 64;
-
-const std::filesystem::path& inputPath() {
-    static const std::filesystem::path path =
-        std::filesystem::temp_directory_path() /
-        ("tessel-fuzz-vq-" + std::to_string(getpid()) + ".ntf");
-    return path;
-}
 
 // Touches every entry of the colour map, so that a map longer than its storage shows.
 size_t colorMapSum(const Tessel::ColorMap& map) {
@@ -68,30 +53,6 @@ void readBlocks(Tessel::NITFImage& image) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    {
-        std::ofstream file(inputPath(), std::ios::binary | std::ios::trunc);
-        file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    }
-    Tessel::NITFFactory::get().clearCache();
-    {
-        Tessel::NITFMessages messages;
-        const Tessel::NITFURI uri(std::string_view(inputPath().string()));
-        const Tessel::NITFFileContext context = Tessel::NITFFactory::get().open(uri, messages);
-        if (context) {
-            const size_t images = std::min(context.getNumberImages(), kMostImages);
-            for (size_t segment = 0; segment < images; ++segment) {
-                Tessel::ImageOptions options;
-                options.segment = static_cast<int32_t>(segment);
-                try {
-                    // An image that can't be read throws from getImage, by design.
-                    if (auto image = context.getImage(options)) {
-                        readBlocks(*image);
-                    }
-                } catch (const std::exception&) {
-                }
-            }
-        }
-    }
-    Tessel::NITFFactory::get().clearCache();
-    return 0;
+    static const std::filesystem::path file = tessel_fuzz::inputPathOf("vq");
+    return tessel_fuzz::fuzzImagesOf(data, size, file, kMostImages, readBlocks);
 }

@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -20,7 +19,9 @@
 #include "image/J2KRules.h"
 #include "platform/j2k/J2KEngine.h"
 #include "support/GdalOracle.h"
+#include "support/ImageTestFiles.h"
 #include "support/J2KCodestream.h"
+#include "support/J2KComparison.h"
 #include "support/TestPaths.h"
 #include "tessel/core/NITFMessages.h"
 #include "tessel/core/NITFURI.h"
@@ -34,25 +35,17 @@
 namespace {
 
 namespace fs = std::filesystem;
-using nlohmann::json;
+using image_test::openFile;
 using Tessel::NITFTileFactory_C8;
-using tessel_test::DecodedImage;
+using tessel_test::isJ2K;
+using tessel_test::j2kFiles;
 using tessel_test::J2KSpec;
+using tessel_test::printTally;
+using tessel_test::putBig32;
+using tessel_test::Tally;
 
 const fs::path shared = TESSEL_SHARED_DIR;
 const fs::path fixtures = shared / "fixtures";
-const fs::path corpus = shared / "corpus";
-
-bool isJ2K(Tessel::eCompressionType compression) {
-    return compression == Tessel::eCompressionC8 || compression == Tessel::eCompressionM8;
-}
-
-std::shared_ptr<Tessel::NITFFile> openFile(const fs::path& path) {
-    Tessel::NITFMessages messages;
-    auto context =
-        Tessel::NITFFactory::get().open(Tessel::NITFURI(std::string_view(path.string())), messages);
-    return context ? context.getFile().shared_from_this() : nullptr;
-}
 
 const NITFTileFactory_C8* c8Factory(const Tessel::NITFImage& image) {
     return dynamic_cast<const NITFTileFactory_C8*>(image.getTileFactory());
@@ -85,11 +78,6 @@ protected:
     fs::path dir_;
 };
 
-struct Tally {
-    size_t compared = 0;
-    std::map<std::string, size_t> leftOut;
-};
-
 // A JP2 wrapper whose colour box says sYCC: GDAL converts the components to RGB, the
 // engine gives them as coded.
 bool isSyccJP2(const fs::path& path) {
@@ -100,62 +88,8 @@ bool isSyccJP2(const fs::path& path) {
            bytes.compare(colr + 7, 4, std::string("\0\0\0\x12", 4)) == 0;
 }
 
-void compareImage(const fs::path& path, size_t index, const DecodedImage& ours, const json& gdal,
-                  uint32_t level, Tally& tally) {
-    const std::string where =
-        path.string() + " image " + std::to_string(index) + " level " + std::to_string(level);
-    if (!ours.error.empty() && ours.bands.empty()) {
-        ++tally.leftOut["refused: " + ours.error.substr(0, 60)];
-        return;
-    }
-    if (!isJ2K(ours.compression)) {
-        return;
-    }
-    if (!gdal.is_object() || gdal.contains("error")) {
-        ++tally.leftOut["not read by GDAL"];
-        return;
-    }
-    if (ours.pixelType == lumo_pixel::signed_integer && ours.bytesPerPixel == 1) {
-        ++tally.leftOut["signed samples under 8 bits"];
-        return;
-    }
-    if (isSyccJP2(path)) {
-        ++tally.leftOut["JP2 sYCC, converted to RGB by GDAL"];
-        return;
-    }
-    EXPECT_TRUE(ours.error.empty()) << where << ": " << ours.error;
-    const auto& bands = gdal["bands"];
-    EXPECT_EQ(ours.width, gdal["size"][0].get<uint32_t>()) << where;
-    EXPECT_EQ(ours.height, gdal["size"][1].get<uint32_t>()) << where;
-    EXPECT_EQ(ours.bands.size(), bands.size()) << where;
-    for (size_t band = 0; band < std::min(ours.bands.size(), bands.size()); ++band) {
-        EXPECT_EQ(ours.digest(band), bands[band].get<std::string>()) << where << " band " << band;
-    }
-    ++tally.compared;
-}
-
-void printTally(const char* what, const Tally& tally) {
-    for (const auto& [reason, count] : tally.leftOut) {
-        std::printf("[ left out ] %zu %s image(s): %s\n", count, what, reason.c_str());
-    }
-    std::printf("[ compared ] %zu %s image(s)\n", tally.compared, what);
-}
-
-std::vector<fs::path> j2kFiles() {
-    std::vector<fs::path> files;
-    for (const auto& file : tessel_test::fixtureFiles()) {
-        const std::string name = file.filename().string();
-        if (name.starts_with("c8_") || name.starts_with("derived_c8_") ||
-            name.starts_with("multi_nc_c3_c8")) {
-            files.push_back(file);
-        }
-    }
-    if (fs::exists(corpus / "MANIFEST.tsv")) {
-        for (const auto& file : tessel_test::corpusFilesWith({"C8", "M8"})) {
-            files.push_back(file);
-        }
-    }
-    return files;
+const char* leaveOutSyccJP2(const fs::path& path, size_t /*index*/, uint32_t /*level*/) {
+    return isSyccJP2(path) ? "JP2 sYCC, converted to RGB by GDAL" : nullptr;
 }
 
 TEST_F(J2KKakadu, FixturesAndCorpusEqualGdalsDecoding) {
@@ -166,17 +100,8 @@ TEST_F(J2KKakadu, FixturesAndCorpusEqualGdalsDecoding) {
     if (files.empty()) {
         GTEST_SKIP() << "no JPEG 2000 files in " << shared;
     }
-    const json gdal = tessel_test::gdalDigests(files);
-    ASSERT_TRUE(gdal.is_object());
     Tally tally;
-    for (const auto& file : files) {
-        const auto ours = tessel_test::decodeImages(file, isJ2K);
-        const json& theirs = gdal[file.string()];
-        for (size_t index = 0; index < ours.size(); ++index) {
-            const bool known = theirs.is_array() && index < theirs.size();
-            compareImage(file, index, ours[index], known ? theirs[index] : json(), 0, tally);
-        }
-    }
+    ASSERT_NO_FATAL_FAILURE(tessel_test::compareWithGdal(files, tally, leaveOutSyccJP2));
     printTally("J2K", tally);
     EXPECT_GE(tally.compared, 35u);
 }
@@ -187,24 +112,8 @@ TEST_F(J2KKakadu, PyramidLevelsEqualGdalsOverviews) {
     }
     const std::vector<fs::path> files = j2kFiles();
     Tally tally;
-    for (uint32_t level = 1; level <= 3; ++level) {
-        const json gdal = tessel_test::gdalDigests(files, level);
-        ASSERT_TRUE(gdal.is_object());
-        Tessel::ImageOptions base;
-        base.level = static_cast<int32_t>(level);
-        for (const auto& file : files) {
-            const json& theirs = gdal[file.string()];
-            if (!theirs.is_array() || std::none_of(theirs.begin(), theirs.end(), [](const json& i) {
-                    return i.is_object() && !i.contains("error");
-                })) {
-                continue;
-            }
-            const auto ours = tessel_test::decodeImages(file, isJ2K, base);
-            for (size_t index = 0; index < ours.size() && index < theirs.size(); ++index) {
-                compareImage(file, index, ours[index], theirs[index], level, tally);
-            }
-        }
-    }
+    ASSERT_NO_FATAL_FAILURE(
+        tessel_test::comparePyramidLevelsWithGdal(files, tally, leaveOutSyccJP2));
     printTally("J2K pyramid level", tally);
     EXPECT_GE(tally.compared, 40u);
 }
@@ -372,34 +281,10 @@ TEST_F(J2KKakadu, BadPixelTypeAndCodestreamKeepTheImageClosed) {
     }
 }
 
-// Reads every band; failed tiles are allowed, a crash or hang is not. True when it opened.
+// Reads every band whole through the engine's factory. True when it opened.
 bool readWhole(const fs::path& path) {
-    const auto file = openFile(path);
-    if (!file) {
-        return false;
-    }
-    try {
-        const auto image = file->getImage({});
-        if (!image || c8Factory(*image) == nullptr) {
-            return false;
-        }
-        std::vector<uint8_t> out;
-        const auto width = static_cast<uint32_t>(std::min<uint64_t>(image->getWidth(), 4096));
-        const auto height = static_cast<uint32_t>(std::min<uint64_t>(image->getHeight(), 4096));
-        for (uint32_t band = 0; band < image->getNumBands(); ++band) {
-            image->readRegionViaPixels(0, 0, width, height, width, height, {static_cast<int>(band)},
-                                       out);
-        }
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
-}
-
-void putBig32(std::string& s, size_t at, uint32_t value) {
-    for (int i = 0; i < 4; ++i) {
-        s[at + static_cast<size_t>(i)] = static_cast<char>((value >> (24 - 8 * i)) & 0xFF);
-    }
+    return tessel_test::readWhole(
+        path, [](const Tessel::NITFImage& image) { return c8Factory(image) != nullptr; });
 }
 
 TEST_F(J2KKakadu, BadCodestreamsGiveFailedTilesOrNoImage) {
@@ -418,11 +303,7 @@ TEST_F(J2KKakadu, BadCodestreamsGiveFailedTilesOrNoImage) {
     const auto image = cut->getImage({});
     const auto* factory = c8Factory(*image);
     ASSERT_NE(factory, nullptr);
-    Tessel::TileGroup first = factory->createTiles({factory, 0, 0, 0});
-    EXPECT_TRUE(first.front().second->load(first));
-    Tessel::TileGroup last = factory->createTiles({factory, 2, 2, 0});
-    EXPECT_FALSE(last.front().second->load(last));
-    EXPECT_TRUE(last.front().second->isFailed());
+    tessel_test::expectFirstTileLoadsAndLastFails(*factory);
     Tessel::NITFFactory::get().clearCache();
     // A claim of 2^31 x 2^31 samples in one tile is refused, not allocated.
     std::string huge = codestream;

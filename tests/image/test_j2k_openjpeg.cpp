@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <set>
@@ -20,7 +19,9 @@
 
 #include "image/TileMakers.h"
 #include "support/GdalOracle.h"
+#include "support/ImageTestFiles.h"
 #include "support/J2KCodestream.h"
+#include "support/J2KComparison.h"
 #include "support/TestPaths.h"
 #include "tessel/core/NITFMessages.h"
 #include "tessel/core/NITFURI.h"
@@ -33,25 +34,20 @@
 namespace {
 
 namespace fs = std::filesystem;
+using image_test::openFile;
 using nlohmann::json;
 using Tessel::NITFTileFactory_C8_OpenJPEG;
 using tessel_test::DecodedImage;
+using tessel_test::isJ2K;
+using tessel_test::j2kFiles;
 using tessel_test::J2KSpec;
+using tessel_test::printTally;
+using tessel_test::putBig32;
+using tessel_test::Tally;
 
 const fs::path shared = TESSEL_SHARED_DIR;
 const fs::path fixtures = shared / "fixtures";
 const fs::path corpus = shared / "corpus";
-
-bool isJ2K(Tessel::eCompressionType compression) {
-    return compression == Tessel::eCompressionC8 || compression == Tessel::eCompressionM8;
-}
-
-std::shared_ptr<Tessel::NITFFile> openFile(const fs::path& path) {
-    Tessel::NITFMessages messages;
-    auto context =
-        Tessel::NITFFactory::get().open(Tessel::NITFURI(std::string_view(path.string())), messages);
-    return context ? context.getFile().shared_from_this() : nullptr;
-}
 
 const NITFTileFactory_C8_OpenJPEG* openJpegFactory(const Tessel::NITFImage& image) {
     return dynamic_cast<const NITFTileFactory_C8_OpenJPEG*>(image.getTileFactory());
@@ -102,76 +98,8 @@ bool hasPackedEdgeTiles(const fs::path& path, size_t index, uint32_t level) {
     }
 }
 
-struct Tally {
-    size_t compared = 0;
-    std::map<std::string, size_t> leftOut;
-};
-
-void compareImage(const fs::path& path, size_t index, const DecodedImage& ours, const json& gdal,
-                  uint32_t level, Tally& tally) {
-    const std::string where =
-        path.string() + " image " + std::to_string(index) + " level " + std::to_string(level);
-    // An image that doesn't open has no compression to tell: only the decoded ones (C8, M8)
-    // carry an error.
-    if (!ours.error.empty() && ours.bands.empty()) {
-        ++tally.leftOut["refused: " + ours.error.substr(0, 60)];
-        return;
-    }
-    if (!isJ2K(ours.compression)) {
-        return;
-    }
-    if (!gdal.is_object() || gdal.contains("error")) {
-        ++tally.leftOut["not read by GDAL"];
-        return;
-    }
-    if (ours.pixelType == lumo_pixel::signed_integer && ours.bytesPerPixel == 1) {
-        // GDAL doesn't give signed samples of fewer than 8 bits as OpenJPEG decodes them:
-        // compared with opj_decompress instead.
-        ++tally.leftOut["signed samples under 8 bits"];
-        return;
-    }
-    if (hasPackedEdgeTiles(path, index, level)) {
-        ++tally.leftOut["packed edge tiles"];
-        return;
-    }
-    EXPECT_TRUE(ours.error.empty()) << where << ": " << ours.error;
-    const auto& bands = gdal["bands"];
-    EXPECT_EQ(ours.width, gdal["size"][0].get<uint32_t>()) << where;
-    EXPECT_EQ(ours.height, gdal["size"][1].get<uint32_t>()) << where;
-    EXPECT_EQ(ours.bands.size(), bands.size()) << where;
-    for (size_t band = 0; band < std::min(ours.bands.size(), bands.size()); ++band) {
-        EXPECT_EQ(ours.digest(band), bands[band].get<std::string>()) << where << " band " << band;
-    }
-    ++tally.compared;
-}
-
-void printTally(const char* what, const Tally& tally) {
-    for (const auto& [reason, count] : tally.leftOut) {
-        std::printf("[ left out ] %zu %s image(s): %s\n", count, what, reason.c_str());
-    }
-    std::printf("[ compared ] %zu %s image(s)\n", tally.compared, what);
-}
-
-std::vector<fs::path> j2kFixtures() {
-    std::vector<fs::path> files;
-    for (const auto& file : tessel_test::fixtureFiles()) {
-        const std::string name = file.filename().string();
-        if (name.starts_with("c8_") || name.starts_with("derived_c8_") ||
-            name.starts_with("multi_nc_c3_c8")) {
-            files.push_back(file);
-        }
-    }
-    return files;
-}
-
-std::vector<fs::path> j2kFiles() {
-    std::vector<fs::path> files = j2kFixtures();
-    if (fs::exists(corpus / "MANIFEST.tsv")) {
-        for (const auto& file : tessel_test::corpusFilesWith({"C8", "M8"})) {
-            files.push_back(file);
-        }
-    }
-    return files;
+const char* leaveOutPackedEdgeTiles(const fs::path& path, size_t index, uint32_t level) {
+    return hasPackedEdgeTiles(path, index, level) ? "packed edge tiles" : nullptr;
 }
 
 TEST_F(J2KOpenJPEG, FixturesAndCorpusEqualGdalsDecoding) {
@@ -182,17 +110,8 @@ TEST_F(J2KOpenJPEG, FixturesAndCorpusEqualGdalsDecoding) {
     if (files.empty()) {
         GTEST_SKIP() << "no JPEG 2000 files in " << shared;
     }
-    const json gdal = tessel_test::gdalDigests(files);
-    ASSERT_TRUE(gdal.is_object());
     Tally tally;
-    for (const auto& file : files) {
-        const auto ours = tessel_test::decodeImages(file, isJ2K);
-        const json& theirs = gdal[file.string()];
-        for (size_t index = 0; index < ours.size(); ++index) {
-            const bool known = theirs.is_array() && index < theirs.size();
-            compareImage(file, index, ours[index], known ? theirs[index] : json(), 0, tally);
-        }
-    }
+    ASSERT_NO_FATAL_FAILURE(tessel_test::compareWithGdal(files, tally, leaveOutPackedEdgeTiles));
     printTally("J2K", tally);
     EXPECT_GE(tally.compared, 20u);
 }
@@ -203,24 +122,8 @@ TEST_F(J2KOpenJPEG, PyramidLevelsEqualGdalsOverviews) {
     }
     const std::vector<fs::path> files = j2kFiles();
     Tally tally;
-    for (uint32_t level = 1; level <= 3; ++level) {
-        const json gdal = tessel_test::gdalDigests(files, level);
-        ASSERT_TRUE(gdal.is_object());
-        Tessel::ImageOptions base;
-        base.level = static_cast<int32_t>(level);
-        for (const auto& file : files) {
-            const json& theirs = gdal[file.string()];
-            if (!theirs.is_array() || std::none_of(theirs.begin(), theirs.end(), [](const json& i) {
-                    return i.is_object() && !i.contains("error");
-                })) {
-                continue;  // no overview of this level: nothing to open
-            }
-            const auto ours = tessel_test::decodeImages(file, isJ2K, base);
-            for (size_t index = 0; index < ours.size() && index < theirs.size(); ++index) {
-                compareImage(file, index, ours[index], theirs[index], level, tally);
-            }
-        }
-    }
+    ASSERT_NO_FATAL_FAILURE(
+        tessel_test::comparePyramidLevelsWithGdal(files, tally, leaveOutPackedEdgeTiles));
     printTally("J2K pyramid level", tally);
     EXPECT_GE(tally.compared, 10u);
 }
@@ -535,29 +438,10 @@ TEST_F(J2KOpenJPEG, SubsampledComponentsReadAsOpjDecompressOrAreRefused) {
     EXPECT_GE(refused, 3u);
 }
 
-// Reads every band whole; failed tiles are allowed, a crash or hang is not. True when the
-// image opened.
+// Reads every band whole through the OpenJPEG factory. True when the image opened.
 bool readWhole(const fs::path& path) {
-    const auto file = openFile(path);
-    if (!file) {
-        return false;
-    }
-    try {
-        const auto image = file->getImage({});
-        if (!image || openJpegFactory(*image) == nullptr) {
-            return false;
-        }
-        std::vector<uint8_t> out;
-        const auto width = static_cast<uint32_t>(std::min<uint64_t>(image->getWidth(), 4096));
-        const auto height = static_cast<uint32_t>(std::min<uint64_t>(image->getHeight(), 4096));
-        for (uint32_t band = 0; band < image->getNumBands(); ++band) {
-            image->readRegionViaPixels(0, 0, width, height, width, height, {static_cast<int>(band)},
-                                       out);
-        }
-        return true;
-    } catch (const std::exception&) {
-        return false;  // refusing the image is allowed
-    }
+    return tessel_test::readWhole(
+        path, [](const Tessel::NITFImage& image) { return openJpegFactory(image) != nullptr; });
 }
 
 J2KSpec tiledSpec() {
@@ -587,11 +471,7 @@ TEST_F(J2KOpenJPEG, TruncatedCodestreamsGiveFailedTilesOrNoImage) {
     ASSERT_TRUE(image);
     const auto* factory = openJpegFactory(*image);
     ASSERT_NE(factory, nullptr);
-    Tessel::TileGroup first = factory->createTiles({factory, 0, 0, 0});
-    EXPECT_TRUE(first.front().second->load(first));
-    Tessel::TileGroup last = factory->createTiles({factory, 2, 2, 0});
-    EXPECT_FALSE(last.front().second->load(last));
-    EXPECT_TRUE(last.front().second->isFailed());
+    tessel_test::expectFirstTileLoadsAndLastFails(*factory);
 }
 
 // Positions of a marker segment's first byte after its marker.
@@ -603,12 +483,6 @@ size_t markerBody(const std::string& codestream, uint8_t marker) {
         }
     }
     return std::string::npos;
-}
-
-void putBig32(std::string& s, size_t at, uint32_t value) {
-    for (int i = 0; i < 4; ++i) {
-        s[at + static_cast<size_t>(i)] = static_cast<char>((value >> (24 - 8 * i)) & 0xFF);
-    }
 }
 
 TEST_F(J2KOpenJPEG, LyingSizAndCodSegmentsNeverCrash) {
@@ -684,11 +558,7 @@ TEST_F(J2KOpenJPEG, TilesPastTheEndOfTheDataFail) {
     ASSERT_TRUE(image);
     const auto* factory = openJpegFactory(*image);
     ASSERT_NE(factory, nullptr);
-    Tessel::TileGroup first = factory->createTiles({factory, 0, 0, 0});
-    EXPECT_TRUE(first.front().second->load(first));
-    Tessel::TileGroup beyond = factory->createTiles({factory, 2, 2, 0});
-    EXPECT_FALSE(beyond.front().second->load(beyond));
-    EXPECT_TRUE(beyond.front().second->isFailed());
+    tessel_test::expectFirstTileLoadsAndLastFails(*factory);
 }
 
 TEST_F(J2KOpenJPEG, ZeroLengthSegmentsNeverCrash) {

@@ -26,22 +26,35 @@ std::string quoted(const fs::path& path) {
     return "'" + path.string() + "'";
 }
 
+// A codestream of square tiles `tile` wide, with its resolutions, layers and order.
+tessel_test::J2KSpec tiledSpec(uint32_t width, uint32_t height, uint32_t tile, int resolutions,
+                               int layers, OPJ_PROG_ORDER order) {
+    tessel_test::J2KSpec spec;
+    spec.width = width;
+    spec.height = height;
+    spec.tileWidth = tile;
+    spec.tileHeight = tile;
+    spec.resolutions = resolutions;
+    spec.layers = layers;
+    spec.order = order;
+    return spec;
+}
+
+// info.ntf in `dir`: one image of that codestream.
+fs::path writeInfoFile(const fs::path& dir, const tessel_test::J2KSpec& spec) {
+    const fs::path file = dir / "info.ntf";
+    tessel_test::writeJ2KFile(file, spec, tessel_test::encodeJ2K(spec));
+    return file;
+}
+
 const char* const kOpenJPEGOn = R"({"Preferences": {"nitf.j2k.opj.enabled": true}})";
 
 TEST(TesselJ2K, InfoShowsTheCodestreamFacts) {
     tessel_test::TempConfig config(kOpenJPEGOn);
     file_test::TempDir dir;
-    tessel_test::J2KSpec spec;
-    spec.width = 120;
-    spec.height = 90;
+    tessel_test::J2KSpec spec = tiledSpec(120, 90, 64, 4, 3, OPJ_RPCL);
     spec.components = 3;
-    spec.tileWidth = 64;
-    spec.tileHeight = 64;
-    spec.resolutions = 4;
-    spec.layers = 3;
-    spec.order = OPJ_RPCL;
-    const fs::path file = dir / "info.ntf";
-    tessel_test::writeJ2KFile(file, spec, tessel_test::encodeJ2K(spec));
+    const fs::path file = writeInfoFile(dir.path(), spec);
     const auto result = runTool("info " + quoted(file) + " --json");
     ASSERT_EQ(result.status, 0) << result.out;
     const auto info = nlohmann::json::parse(result.out);
@@ -104,16 +117,7 @@ TEST(TesselJ2K, ReadLevelDecodesTheCodestreamsResolution) {
 
 TEST(TesselJ2K, InfoOfTheDefaultDecoderShowsTheCodingParameters) {
     file_test::TempDir dir;
-    tessel_test::J2KSpec spec;
-    spec.width = 100;
-    spec.height = 80;
-    spec.tileWidth = 32;
-    spec.tileHeight = 32;
-    spec.resolutions = 3;
-    spec.layers = 2;
-    spec.order = OPJ_CPRL;
-    const fs::path file = dir / "info.ntf";
-    tessel_test::writeJ2KFile(file, spec, tessel_test::encodeJ2K(spec));
+    const fs::path file = writeInfoFile(dir.path(), tiledSpec(100, 80, 32, 3, 2, OPJ_CPRL));
     tessel_test::TempConfig config;
     const auto result = runTool("info " + quoted(file) + " --json");
     ASSERT_EQ(result.status, 0) << result.out;

@@ -4,6 +4,7 @@
 #include <openjpeg.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iostream>
 #include <limits>
@@ -15,6 +16,7 @@
 
 #include "image/NITFImageSegment.h"
 #include "image/TileMakers.h"
+#include "platform/j2k/J2KMainHeader.h"
 #include "tessel/core/Options.h"
 #include "tessel/image/TilePool.h"
 #include "tessel/io/IOPool.h"
@@ -62,6 +64,16 @@ OPJ_SIZE_T readStream(void* buffer, OPJ_SIZE_T size, void* user) {
     }
     data->position += count;
     return static_cast<OPJ_SIZE_T>(count);
+}
+
+// The tile grid of the SIZ marker against the length of the data: the decoder would set up
+// every tile the header claims. The stream is left at its start.
+bool tilesFitStream(StreamData& data) {
+    std::array<uint8_t, tessel_j2k::kMainHeaderProbeBytes> head{};
+    const OPJ_SIZE_T got = readStream(head.data(), head.size(), &data);
+    data.position = 0;
+    const size_t count = got == static_cast<OPJ_SIZE_T>(-1) ? 0 : got;
+    return tessel_j2k::tilesFitTheData(std::span(head.data(), count), data.length);
 }
 
 OPJ_BOOL seekStream(OPJ_OFF_T position, void* user) {
@@ -276,6 +288,9 @@ NITFTileFactory_C8_OpenJPEG::Rental NITFTileFactory_C8_OpenJPEG::makeRental() co
     }
     auto* data = new StreamData{uri_, dataOffset_, dataLength_, 0};
     opj_stream_set_user_data(stream, data, freeStreamData);
+    if (!tilesFitStream(*data)) {
+        return std::make_unique<opj_objects>();  // a grid the data can't hold
+    }
     opj_stream_set_user_data_length(stream, dataLength_);
     opj_stream_set_read_function(stream, readStream);
     opj_stream_set_seek_function(stream, seekStream);

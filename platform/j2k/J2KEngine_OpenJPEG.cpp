@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/j2k/J2KEngine.h"
+#include "platform/j2k/J2KMainHeader.h"
 
 namespace tessel_j2k {
 
@@ -158,6 +159,15 @@ public:
     Codestream_OpenJPEG(const Codestream_OpenJPEG&) = delete;
     Codestream_OpenJPEG& operator=(const Codestream_OpenJPEG&) = delete;
 
+    // The tile grid of the SIZ marker against the length of the data; the source is left at
+    // its start.
+    bool tilesFitSource() {
+        std::array<uint8_t, kMainHeaderProbeBytes> head{};
+        const size_t got = source_->read(head.data(), head.size());
+        const bool fits = tilesFitTheData(std::span(head.data(), got), source_->length());
+        return source_->seek(0) && fits;
+    }
+
     // Opens the codec for `layers` quality layers; false after telling the handler.
     bool open(uint32_t layers) {
         close();
@@ -177,6 +187,9 @@ public:
         if (stream_ == nullptr || !opj_setup_decoder(codec_, &parameters) ||
             !opj_codec_set_threads(codec_, 0) || !source_->seek(0)) {
             return fail("J2K engine: cannot set up the decoder");
+        }
+        if (!tilesFitSource()) {
+            return fail("J2K engine: the main header claims more tiles than the data holds");
         }
         opj_stream_set_user_data(stream_, source_.get(), nullptr);
         opj_stream_set_user_data_length(stream_, source_->length());

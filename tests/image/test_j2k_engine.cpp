@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -318,6 +320,35 @@ TEST_F(J2KKakadu, BadCodestreamsGiveFailedTilesOrNoImage) {
     zero[5] = 0;
     EXPECT_FALSE(readWhole(write("zero.ntf", spec, zero)));
     EXPECT_TRUE(readWhole(write("honest.ntf", spec, codestream)));
+}
+
+TEST_F(J2KKakadu, TileGridLargerThanTheDataCanHoldIsRefusedBeforeDecoding) {
+    // A SIZ whose 1 x 1 tiles make 2^31 x 2^31 tiles over a small codestream: the decoder
+    // would set up every one of them. Both decoders refuse it at once.
+    J2KSpec spec;
+    std::string codestream = tessel_test::encodeJ2K(spec);
+    for (size_t offset : {size_t{8}, size_t{12}}) {
+        putBig32(codestream, offset, 0x80000000U);  // Xsiz, Ysiz
+    }
+    for (size_t offset : {size_t{24}, size_t{28}}) {
+        putBig32(codestream, offset, 1);  // XTsiz, YTsiz
+    }
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(readWhole(write("grid.ntf", spec, codestream)));
+    Tessel::NITFFactory::get().clearCache();
+    Tessel::s_opt_nitf_j2k_opj_enabled.override_value(true);
+    bool openedByOpenJpeg = false;
+    try {
+        const auto file = openFile(write("grid2.ntf", spec, codestream));
+        const auto image = file ? file->getImage({}) : nullptr;
+        openedByOpenJpeg = image && c8Factory(*image) == nullptr;
+    } catch (const std::exception&) {
+        // refused while opening: what this test wants
+    }
+    Tessel::s_opt_nitf_j2k_opj_enabled.reset();
+    Tessel::NITFFactory::get().clearCache();
+    EXPECT_FALSE(openedByOpenJpeg);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 // The distortion limit of an RMSE rule can't be honoured by the OpenJPEG engine: it is said

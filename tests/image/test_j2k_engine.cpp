@@ -39,9 +39,9 @@ namespace {
 namespace fs = std::filesystem;
 using image_test::openFile;
 using Tessel::NITFTileFactory_C8;
+using tessel_test::CodestreamShape;
 using tessel_test::isJ2K;
 using tessel_test::j2kFiles;
-using tessel_test::J2KSpec;
 using tessel_test::printTally;
 using tessel_test::putBig32;
 using tessel_test::Tally;
@@ -72,9 +72,10 @@ protected:
         std::error_code ec;
         fs::remove_all(dir_, ec);
     }
-    fs::path write(const std::string& name, const J2KSpec& spec, const std::string& codestream) {
+    fs::path write(const std::string& name, const CodestreamShape& shape,
+                   const std::string& codestream) {
         const fs::path path = dir_ / name;
-        tessel_test::writeJ2KFile(path, spec, codestream);
+        tessel_test::writeJ2KFile(path, shape, codestream);
         return path;
     }
     fs::path dir_;
@@ -121,11 +122,11 @@ TEST_F(J2KKakadu, PyramidLevelsEqualGdalsOverviews) {
 }
 
 TEST_F(J2KKakadu, FiveLevelsWithMaxRlevelFourHaveLevelsOneToThreeInside) {
-    J2KSpec spec;
-    spec.width = 256;
-    spec.height = 128;
-    spec.resolutions = 6;
-    const auto file = openFile(write("five.ntf", spec, tessel_test::encodeJ2K(spec)));
+    CodestreamShape shape;
+    shape.width = 256;
+    shape.height = 128;
+    shape.resolutions = 6;
+    const auto file = openFile(write("five.ntf", shape, tessel_test::encodeJ2K(shape)));
     ASSERT_TRUE(file);
     const auto image = file->getImage({});
     ASSERT_TRUE(image);
@@ -155,20 +156,20 @@ TEST_F(J2KKakadu, JP2WrapperIsRecognisedBySignature) {
     EXPECT_TRUE(factory->isJP2());
     EXPECT_EQ(image->getCompressionInfo().at("IsJP2"), "true");
     // A raw codestream isn't.
-    const J2KSpec spec;
-    const auto raw = openFile(write("raw.ntf", spec, tessel_test::encodeJ2K(spec)));
+    const CodestreamShape shape;
+    const auto raw = openFile(write("raw.ntf", shape, tessel_test::encodeJ2K(shape)));
     const auto rawImage = raw->getImage({});
     EXPECT_FALSE(c8Factory(*rawImage)->isJP2());
     EXPECT_EQ(rawImage->getCompressionInfo().count("IsJP2"), 0u);
 }
 
 TEST_F(J2KKakadu, EdgeTilesKeepTheBlockStrideWithZerosBeyondTheImage) {
-    J2KSpec spec;
-    spec.width = 100;
-    spec.height = 40;
-    spec.tileWidth = 64;
-    spec.tileHeight = 64;
-    const auto file = openFile(write("edge.ntf", spec, tessel_test::encodeJ2K(spec)));
+    CodestreamShape shape;
+    shape.width = 100;
+    shape.height = 40;
+    shape.tileWidth = 64;
+    shape.tileHeight = 64;
+    const auto file = openFile(write("edge.ntf", shape, tessel_test::encodeJ2K(shape)));
     const auto image = file->getImage({});
     const auto* factory = c8Factory(*image);
     ASSERT_NE(factory, nullptr);
@@ -181,7 +182,7 @@ TEST_F(J2KKakadu, EdgeTilesKeepTheBlockStrideWithZerosBeyondTheImage) {
     for (uint32_t y = 0; y < 40; ++y) {
         for (uint32_t x = 0; x < 64; ++x) {
             const uint8_t expected =
-                x < 36 && y < 40 ? static_cast<uint8_t>(tessel_test::j2kSample(spec, 64 + x, y, 0))
+                x < 36 && y < 40 ? static_cast<uint8_t>(tessel_test::j2kSample(shape, 64 + x, y, 0))
                                  : 0;
             ASSERT_EQ(buffer[y * 64 + x], expected) << x << "," << y;
         }
@@ -189,9 +190,9 @@ TEST_F(J2KKakadu, EdgeTilesKeepTheBlockStrideWithZerosBeyondTheImage) {
 }
 
 TEST_F(J2KKakadu, TilePackageDecodesAllBandsOfABlockTogether) {
-    J2KSpec spec;
-    spec.components = 3;
-    const auto file = openFile(write("rgb.ntf", spec, tessel_test::encodeJ2K(spec)));
+    CodestreamShape shape;
+    shape.components = 3;
+    const auto file = openFile(write("rgb.ntf", shape, tessel_test::encodeJ2K(shape)));
     const auto image = file->getImage({});
     const auto* factory = c8Factory(*image);
     ASSERT_NE(factory, nullptr);
@@ -202,16 +203,16 @@ TEST_F(J2KKakadu, TilePackageDecodesAllBandsOfABlockTogether) {
     uint32_t band = 0;
     for (const auto& [id, tile] : group) {
         EXPECT_EQ(id.band, band);
-        EXPECT_EQ(tile->getBuffer()[5 * 64 + 7], tessel_test::j2kSample(spec, 7, 5, band));
+        EXPECT_EQ(tile->getBuffer()[5 * 64 + 7], tessel_test::j2kSample(shape, 7, 5, band));
         ++band;
     }
 }
 
 // The option is read once per process: a process of its own sees it false.
 TEST_F(J2KKakadu, WithoutTilePackageEachBandDecodesAlone) {
-    J2KSpec spec;
-    spec.components = 3;
-    const fs::path path = write("alone.ntf", spec, tessel_test::encodeJ2K(spec));
+    CodestreamShape shape;
+    shape.components = 3;
+    const fs::path path = write("alone.ntf", shape, tessel_test::encodeJ2K(shape));
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
@@ -223,7 +224,7 @@ TEST_F(J2KKakadu, WithoutTilePackageEachBandDecodesAlone) {
             const bool alone = group.size() == 1 && group.front().first.band == 2;
             const bool loaded = group.front().second->load(group);
             const bool right = group.front().second->getBuffer()[3 * 64 + 9] ==
-                               tessel_test::j2kSample(spec, 9, 3, 2);
+                               tessel_test::j2kSample(shape, 9, 3, 2);
             std::error_code ec;
             fs::remove_all(dir_, ec);  // the child process's own folder: no TearDown runs here
             std::exit(alone && loaded && right ? 0 : 1);
@@ -232,8 +233,8 @@ TEST_F(J2KKakadu, WithoutTilePackageEachBandDecodesAlone) {
 }
 
 TEST_F(J2KKakadu, IdleListAtCapacityDestroysAReturnedCodestream) {
-    const J2KSpec spec;
-    const auto file = openFile(write("pool.ntf", spec, tessel_test::encodeJ2K(spec)));
+    const CodestreamShape shape;
+    const auto file = openFile(write("pool.ntf", shape, tessel_test::encodeJ2K(shape)));
     const auto image = file->getImage({});
     const auto* factory = c8Factory(*image);
     ASSERT_NE(factory, nullptr);
@@ -251,12 +252,12 @@ TEST_F(J2KKakadu, IdleListAtCapacityDestroysAReturnedCodestream) {
 }
 
 TEST_F(J2KKakadu, LayerOptionLimitsTheQualityLayers) {
-    J2KSpec spec;
-    spec.layers = 3;
-    spec.reversible = false;
-    spec.width = 96;
-    spec.height = 96;
-    const auto file = openFile(write("layers.ntf", spec, tessel_test::encodeJ2K(spec)));
+    CodestreamShape shape;
+    shape.layers = 3;
+    shape.reversible = false;
+    shape.width = 96;
+    shape.height = 96;
+    const auto file = openFile(write("layers.ntf", shape, tessel_test::encodeJ2K(shape)));
     Tessel::ImageOptions one;
     one.layers = 1;
     const auto all = file->getImage({});
@@ -271,9 +272,9 @@ TEST_F(J2KKakadu, LayerOptionLimitsTheQualityLayers) {
 }
 
 TEST_F(J2KKakadu, BadPixelTypeAndCodestreamKeepTheImageClosed) {
-    J2KSpec spec;
-    std::string codestream = tessel_test::encodeJ2K(spec);
-    const auto garbage = openFile(write("garbage.ntf", spec, std::string(300, 'x')));
+    CodestreamShape shape;
+    std::string codestream = tessel_test::encodeJ2K(shape);
+    const auto garbage = openFile(write("garbage.ntf", shape, std::string(300, 'x')));
     ASSERT_TRUE(garbage);
     try {
         garbage->getImage({});
@@ -290,18 +291,19 @@ bool readWhole(const fs::path& path) {
 }
 
 TEST_F(J2KKakadu, BadCodestreamsGiveFailedTilesOrNoImage) {
-    J2KSpec spec;
-    spec.width = 96;
-    spec.height = 80;
-    spec.tileWidth = 32;
-    spec.tileHeight = 32;
-    const std::string codestream = tessel_test::encodeJ2K(spec);
+    CodestreamShape shape;
+    shape.width = 96;
+    shape.height = 80;
+    shape.tileWidth = 32;
+    shape.tileHeight = 32;
+    const std::string codestream = tessel_test::encodeJ2K(shape);
     // Truncated.
     for (size_t length : {size_t{0}, size_t{20}, size_t{100}, codestream.size() / 2}) {
-        readWhole(write("cut.ntf", spec, codestream.substr(0, length)));
+        readWhole(write("cut.ntf", shape, codestream.substr(0, length)));
         Tessel::NITFFactory::get().clearCache();
     }
-    const auto cut = openFile(write("cut2.ntf", spec, codestream.substr(0, codestream.size() / 2)));
+    const auto cut =
+        openFile(write("cut2.ntf", shape, codestream.substr(0, codestream.size() / 2)));
     const auto image = cut->getImage({});
     const auto* factory = c8Factory(*image);
     ASSERT_NE(factory, nullptr);
@@ -312,21 +314,21 @@ TEST_F(J2KKakadu, BadCodestreamsGiveFailedTilesOrNoImage) {
     for (size_t offset : {size_t{8}, size_t{12}, size_t{24}, size_t{28}}) {
         putBig32(huge, offset, 0x80000000U);
     }
-    EXPECT_FALSE(readWhole(write("huge.ntf", spec, huge)));
+    EXPECT_FALSE(readWhole(write("huge.ntf", shape, huge)));
     Tessel::NITFFactory::get().clearCache();
     // A SIZ of length 0.
     std::string zero = codestream;
     zero[4] = 0;
     zero[5] = 0;
-    EXPECT_FALSE(readWhole(write("zero.ntf", spec, zero)));
-    EXPECT_TRUE(readWhole(write("honest.ntf", spec, codestream)));
+    EXPECT_FALSE(readWhole(write("zero.ntf", shape, zero)));
+    EXPECT_TRUE(readWhole(write("honest.ntf", shape, codestream)));
 }
 
 TEST_F(J2KKakadu, TileGridLargerThanTheDataCanHoldIsRefusedBeforeDecoding) {
     // A SIZ whose 1 x 1 tiles make 2^31 x 2^31 tiles over a small codestream: the decoder
     // would set up every one of them. Both decoders refuse it at once.
-    J2KSpec spec;
-    std::string codestream = tessel_test::encodeJ2K(spec);
+    CodestreamShape shape;
+    std::string codestream = tessel_test::encodeJ2K(shape);
     for (size_t offset : {size_t{8}, size_t{12}}) {
         putBig32(codestream, offset, 0x80000000U);  // Xsiz, Ysiz
     }
@@ -334,12 +336,12 @@ TEST_F(J2KKakadu, TileGridLargerThanTheDataCanHoldIsRefusedBeforeDecoding) {
         putBig32(codestream, offset, 1);  // XTsiz, YTsiz
     }
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(readWhole(write("grid.ntf", spec, codestream)));
+    EXPECT_FALSE(readWhole(write("grid.ntf", shape, codestream)));
     Tessel::NITFFactory::get().clearCache();
     Tessel::s_opt_nitf_j2k_opj_enabled.override_value(true);
     bool openedByOpenJpeg = false;
     try {
-        const auto file = openFile(write("grid2.ntf", spec, codestream));
+        const auto file = openFile(write("grid2.ntf", shape, codestream));
         const auto image = file ? file->getImage({}) : nullptr;
         openedByOpenJpeg = image && c8Factory(*image) == nullptr;
     } catch (const std::exception&) {
@@ -359,9 +361,9 @@ TEST_F(J2KKakadu, RmseRuleFromTheConfigurationIsLoggedOnceAndIgnored) {
     fs::create_directories(resources / "Resources/Raster/NITF");
     std::ofstream(resources / "Resources/Raster/NITF/j2k.json")
         << R"({"c": "test", "Type=RMSE": 2.5, "Level=0;Type=Layer": -1})";
-    J2KSpec spec;
-    spec.layers = 2;
-    const fs::path path = write("rmse.ntf", spec, tessel_test::encodeJ2K(spec));
+    CodestreamShape shape;
+    shape.layers = 2;
+    const fs::path path = write("rmse.ntf", shape, tessel_test::encodeJ2K(shape));
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
@@ -508,15 +510,15 @@ private:
 };
 
 TEST(J2KEngine, RegionOfChosenComponentsGoesToBuffersWithRowGaps) {
-    J2KSpec spec;
-    spec.width = 90;
-    spec.height = 70;
-    spec.components = 3;
-    spec.tileWidth = 32;
-    spec.tileHeight = 32;
-    spec.resolutions = 3;
+    CodestreamShape shape;
+    shape.width = 90;
+    shape.height = 70;
+    shape.components = 3;
+    shape.tileWidth = 32;
+    shape.tileHeight = 32;
+    shape.resolutions = 3;
     const auto engine = tessel_j2k::openJpegEngine();
-    auto codestream = engine->open(std::make_shared<MemorySource>(tessel_test::encodeJ2K(spec)),
+    auto codestream = engine->open(std::make_shared<MemorySource>(tessel_test::encodeJ2K(shape)),
                                    false, 0, [](std::string_view, bool fatal) {
                                        if (fatal) {
                                            throw std::runtime_error("fatal");
@@ -539,14 +541,14 @@ TEST(J2KEngine, RegionOfChosenComponentsGoesToBuffersWithRowGaps) {
     ASSERT_TRUE(codestream->decode(region, targets, {}));
     for (uint32_t y = 0; y < 40; ++y) {
         for (uint32_t x = 0; x < 50; ++x) {
-            ASSERT_EQ(blue[y * gap + x], tessel_test::j2kSample(spec, 20 + x, 10 + y, 2));
-            ASSERT_EQ(red[y * gap + x], tessel_test::j2kSample(spec, 20 + x, 10 + y, 0));
+            ASSERT_EQ(blue[y * gap + x], tessel_test::j2kSample(shape, 20 + x, 10 + y, 2));
+            ASSERT_EQ(red[y * gap + x], tessel_test::j2kSample(shape, 20 + x, 10 + y, 0));
         }
         EXPECT_EQ(blue[y * gap + 50], 0xABCD);  // the gap is left alone
     }
     // Discarded levels halve the grid.
     auto half =
-        engine->open(std::make_shared<MemorySource>(tessel_test::encodeJ2K(spec)), false, 1, {});
+        engine->open(std::make_shared<MemorySource>(tessel_test::encodeJ2K(shape)), false, 1, {});
     ASSERT_TRUE(half);
     EXPECT_EQ(half->dims(0), (tessel_j2k::Rect{0, 0, 45, 35}));
     EXPECT_EQ(half->tileDims(1, 0, 0), (tessel_j2k::Rect{16, 0, 16, 16}));

@@ -37,10 +37,10 @@ namespace fs = std::filesystem;
 using image_test::openFile;
 using nlohmann::json;
 using Tessel::NITFTileFactory_C8_OpenJPEG;
+using tessel_test::CodestreamShape;
 using tessel_test::DecodedImage;
 using tessel_test::isJ2K;
 using tessel_test::j2kFiles;
-using tessel_test::J2KSpec;
 using tessel_test::printTally;
 using tessel_test::putBig32;
 using tessel_test::Tally;
@@ -69,10 +69,10 @@ protected:
         fs::remove_all(dir_, ec);
     }
 
-    fs::path write(const std::string& name, const J2KSpec& spec, const std::string& codestream,
-                   const std::string& imode = "B") {
+    fs::path write(const std::string& name, const CodestreamShape& shape,
+                   const std::string& codestream, const std::string& imode = "B") {
         const fs::path path = dir_ / name;
-        tessel_test::writeJ2KFile(path, spec, codestream, imode);
+        tessel_test::writeJ2KFile(path, shape, codestream, imode);
         return path;
     }
 
@@ -141,8 +141,8 @@ TEST_F(J2KOpenJPEG, JP2WrappedSegmentFailsInReadHeader) {
 
 TEST_F(J2KOpenJPEG, OpenJPEGTakesPrecedenceWhenBothDecodersAreEnabled) {
     Tessel::s_opt_nitf_j2k_kdu_enabled.override_value(true);
-    const J2KSpec spec;
-    const auto file = openFile(write("both.ntf", spec, tessel_test::encodeJ2K(spec)));
+    const CodestreamShape shape;
+    const auto file = openFile(write("both.ntf", shape, tessel_test::encodeJ2K(shape)));
     ASSERT_TRUE(file);
     const auto image = file->getImage({});
     ASSERT_TRUE(image);
@@ -155,8 +155,8 @@ TEST_F(J2KOpenJPEG, OpenJPEGTakesPrecedenceWhenBothDecodersAreEnabled) {
 
 TEST_F(J2KOpenJPEG, DisabledDecoderLeavesTheImageToTheOthers) {
     Tessel::s_opt_nitf_j2k_opj_enabled.override_value(false);
-    const J2KSpec spec;
-    const auto file = openFile(write("off.ntf", spec, tessel_test::encodeJ2K(spec)));
+    const CodestreamShape shape;
+    const auto file = openFile(write("off.ntf", shape, tessel_test::encodeJ2K(shape)));
     ASSERT_TRUE(file);
     const auto image = file->getImage({});
     ASSERT_TRUE(image);
@@ -164,13 +164,13 @@ TEST_F(J2KOpenJPEG, DisabledDecoderLeavesTheImageToTheOthers) {
 }
 
 TEST_F(J2KOpenJPEG, LevelOneOfFiveResolutionsHasHalfTileBlocksAndNoInternalLevels) {
-    J2KSpec spec;
-    spec.width = 200;
-    spec.height = 150;
-    spec.tileWidth = 99;  // odd: half of it rounds up
-    spec.tileHeight = 75;
-    spec.resolutions = 5;
-    const auto file = openFile(write("five.ntf", spec, tessel_test::encodeJ2K(spec)));
+    CodestreamShape shape;
+    shape.width = 200;
+    shape.height = 150;
+    shape.tileWidth = 99;  // odd: half of it rounds up
+    shape.tileHeight = 75;
+    shape.resolutions = 5;
+    const auto file = openFile(write("five.ntf", shape, tessel_test::encodeJ2K(shape)));
     ASSERT_TRUE(file);
     const auto full = file->getImage({});
     ASSERT_TRUE(full);
@@ -198,12 +198,12 @@ TEST_F(J2KOpenJPEG, LevelOneOfFiveResolutionsHasHalfTileBlocksAndNoInternalLevel
 }
 
 TEST_F(J2KOpenJPEG, NarrowEdgeTileHasPackedRowsAndZerosBehindThem) {
-    J2KSpec spec;
-    spec.width = 100;
-    spec.height = 40;
-    spec.tileWidth = 64;
-    spec.tileHeight = 64;
-    const auto file = openFile(write("edge.ntf", spec, tessel_test::encodeJ2K(spec)));
+    CodestreamShape shape;
+    shape.width = 100;
+    shape.height = 40;
+    shape.tileWidth = 64;
+    shape.tileHeight = 64;
+    const auto file = openFile(write("edge.ntf", shape, tessel_test::encodeJ2K(shape)));
     ASSERT_TRUE(file);
     const auto image = file->getImage({});
     ASSERT_TRUE(image);
@@ -218,7 +218,7 @@ TEST_F(J2KOpenJPEG, NarrowEdgeTileHasPackedRowsAndZerosBehindThem) {
     const uint32_t narrow = 100 - 64;
     for (uint32_t y = 0; y < 40; ++y) {
         for (uint32_t x = 0; x < narrow; ++x) {
-            ASSERT_EQ(buffer[y * narrow + x], tessel_test::j2kSample(spec, 64 + x, y, 0))
+            ASSERT_EQ(buffer[y * narrow + x], tessel_test::j2kSample(shape, 64 + x, y, 0))
                 << x << "," << y;
         }
     }
@@ -228,13 +228,13 @@ TEST_F(J2KOpenJPEG, NarrowEdgeTileHasPackedRowsAndZerosBehindThem) {
 }
 
 TEST_F(J2KOpenJPEG, CompressionInfoDescribesTheCodestream) {
-    J2KSpec spec;
-    spec.components = 3;
-    spec.resolutions = 3;
-    spec.layers = 2;
-    spec.order = OPJ_RPCL;
-    spec.reversible = false;
-    const auto file = openFile(write("info.ntf", spec, tessel_test::encodeJ2K(spec)));
+    CodestreamShape shape;
+    shape.components = 3;
+    shape.resolutions = 3;
+    shape.layers = 2;
+    shape.order = OPJ_RPCL;
+    shape.reversible = false;
+    const auto file = openFile(write("info.ntf", shape, tessel_test::encodeJ2K(shape)));
     ASSERT_TRUE(file);
     const auto image = file->getImage({});
     ASSERT_TRUE(image);
@@ -259,12 +259,12 @@ TEST_F(J2KOpenJPEG, CompressionInfoDescribesTheCodestream) {
 }
 
 TEST_F(J2KOpenJPEG, SignedSixteenBitSamplesKeepTheirLowBits) {
-    J2KSpec spec;
-    spec.precision = 12;
-    spec.isSigned = true;
-    spec.width = 40;
-    spec.height = 30;
-    const auto file = openFile(write("s12.ntf", spec, tessel_test::encodeJ2K(spec)));
+    CodestreamShape shape;
+    shape.precision = 12;
+    shape.isSigned = true;
+    shape.width = 40;
+    shape.height = 30;
+    const auto file = openFile(write("s12.ntf", shape, tessel_test::encodeJ2K(shape)));
     ASSERT_TRUE(file);
     const auto image = file->getImage({});
     ASSERT_TRUE(image);
@@ -275,14 +275,14 @@ TEST_F(J2KOpenJPEG, SignedSixteenBitSamplesKeepTheirLowBits) {
         for (uint32_t x = 0; x < 40; ++x) {
             int16_t value = 0;
             std::memcpy(&value, out.data() + 2 * (y * 40 + x), 2);
-            ASSERT_EQ(value, tessel_test::j2kSample(spec, x, y, 0)) << x << "," << y;
+            ASSERT_EQ(value, tessel_test::j2kSample(shape, x, y, 0)) << x << "," << y;
         }
     }
 }
 
 TEST_F(J2KOpenJPEG, IdleListAtCapacityDestroysAReturnedDecoder) {
-    const J2KSpec spec;
-    const auto file = openFile(write("pool.ntf", spec, tessel_test::encodeJ2K(spec)));
+    const CodestreamShape shape;
+    const auto file = openFile(write("pool.ntf", shape, tessel_test::encodeJ2K(shape)));
     ASSERT_TRUE(file);
     const auto image = file->getImage({});
     const auto* factory = openJpegFactory(*image);
@@ -444,28 +444,28 @@ bool readWhole(const fs::path& path) {
         path, [](const Tessel::NITFImage& image) { return openJpegFactory(image) != nullptr; });
 }
 
-J2KSpec tiledSpec() {
-    J2KSpec spec;
-    spec.width = 96;
-    spec.height = 80;
-    spec.tileWidth = 32;
-    spec.tileHeight = 32;
-    spec.resolutions = 3;
-    return spec;
+CodestreamShape tiledShape() {
+    CodestreamShape shape;
+    shape.width = 96;
+    shape.height = 80;
+    shape.tileWidth = 32;
+    shape.tileHeight = 32;
+    shape.resolutions = 3;
+    return shape;
 }
 
 TEST_F(J2KOpenJPEG, TruncatedCodestreamsGiveFailedTilesOrNoImage) {
-    const J2KSpec spec = tiledSpec();
-    const std::string codestream = tessel_test::encodeJ2K(spec);
+    const CodestreamShape shape = tiledShape();
+    const std::string codestream = tessel_test::encodeJ2K(shape);
     ASSERT_FALSE(codestream.empty());
     for (size_t length : {size_t{0}, size_t{2}, size_t{40}, size_t{120}, codestream.size() / 2,
                           codestream.size() - 3}) {
-        readWhole(write("cut.ntf", spec, codestream.substr(0, length)));
+        readWhole(write("cut.ntf", shape, codestream.substr(0, length)));
         Tessel::NITFFactory::get().clearCache();
     }
     // The last tile cut short fails; the first still reads.
     const auto file =
-        openFile(write("cut2.ntf", spec, codestream.substr(0, codestream.size() / 2)));
+        openFile(write("cut2.ntf", shape, codestream.substr(0, codestream.size() / 2)));
     ASSERT_TRUE(file);
     const auto image = file->getImage({});
     ASSERT_TRUE(image);
@@ -486,8 +486,8 @@ size_t markerBody(const std::string& codestream, uint8_t marker) {
 }
 
 TEST_F(J2KOpenJPEG, LyingSizAndCodSegmentsNeverCrash) {
-    const J2KSpec spec = tiledSpec();
-    const std::string codestream = tessel_test::encodeJ2K(spec);
+    const CodestreamShape shape = tiledShape();
+    const std::string codestream = tessel_test::encodeJ2K(shape);
     const size_t siz = markerBody(codestream, 0x51);
     const size_t cod = markerBody(codestream, 0x52);
     ASSERT_NE(siz, std::string::npos);
@@ -514,26 +514,26 @@ TEST_F(J2KOpenJPEG, LyingSizAndCodSegmentsNeverCrash) {
     }
     std::vector<bool> opened;
     for (size_t i = 0; i < variants.size(); ++i) {
-        opened.push_back(readWhole(write("lie" + std::to_string(i) + ".ntf", spec, variants[i])));
+        opened.push_back(readWhole(write("lie" + std::to_string(i) + ".ntf", shape, variants[i])));
         Tessel::NITFFactory::get().clearCache();
     }
     // A tile width of 0 and thousands of components are refused outright.
     EXPECT_FALSE(opened[4]);
     EXPECT_FALSE(opened[6]);
     // The untouched codestream opens.
-    EXPECT_TRUE(readWhole(write("honest.ntf", spec, codestream)));
+    EXPECT_TRUE(readWhole(write("honest.ntf", shape, codestream)));
 }
 
 TEST_F(J2KOpenJPEG, HugeClaimedImageIsRefusedWithoutAllocating) {
-    const J2KSpec spec;
-    std::string codestream = tessel_test::encodeJ2K(spec);
+    const CodestreamShape shape;
+    std::string codestream = tessel_test::encodeJ2K(shape);
     const size_t siz = markerBody(codestream, 0x51);
     ASSERT_NE(siz, std::string::npos);
     putBig32(codestream, siz + 4, 0x80000000U);   // Xsiz
     putBig32(codestream, siz + 8, 0x80000000U);   // Ysiz
     putBig32(codestream, siz + 20, 0x80000000U);  // XTsiz
     putBig32(codestream, siz + 24, 0x80000000U);  // YTsiz
-    const auto file = openFile(write("huge.ntf", spec, codestream));
+    const auto file = openFile(write("huge.ntf", shape, codestream));
     ASSERT_TRUE(file);
     try {
         const auto image = file->getImage({});
@@ -547,12 +547,12 @@ TEST_F(J2KOpenJPEG, HugeClaimedImageIsRefusedWithoutAllocating) {
 }
 
 TEST_F(J2KOpenJPEG, TilesPastTheEndOfTheDataFail) {
-    const J2KSpec spec = tiledSpec();
-    const std::string codestream = tessel_test::encodeJ2K(spec);
+    const CodestreamShape shape = tiledShape();
+    const std::string codestream = tessel_test::encodeJ2K(shape);
     // The data ends before the last tile-part: that tile lies behind it.
     const size_t last = codestream.rfind(std::string("\xFF\x90", 2));
     ASSERT_NE(last, std::string::npos);
-    const auto file = openFile(write("short.ntf", spec, codestream.substr(0, last)));
+    const auto file = openFile(write("short.ntf", shape, codestream.substr(0, last)));
     ASSERT_TRUE(file);
     const auto image = file->getImage({});
     ASSERT_TRUE(image);
@@ -562,8 +562,8 @@ TEST_F(J2KOpenJPEG, TilesPastTheEndOfTheDataFail) {
 }
 
 TEST_F(J2KOpenJPEG, ZeroLengthSegmentsNeverCrash) {
-    const J2KSpec spec = tiledSpec();
-    const std::string codestream = tessel_test::encodeJ2K(spec);
+    const CodestreamShape shape = tiledShape();
+    const std::string codestream = tessel_test::encodeJ2K(shape);
     size_t variants = 0;
     for (uint8_t marker : {uint8_t{0x51}, uint8_t{0x52}, uint8_t{0x5C}, uint8_t{0x90}}) {
         const size_t body = markerBody(codestream, marker);
@@ -571,7 +571,7 @@ TEST_F(J2KOpenJPEG, ZeroLengthSegmentsNeverCrash) {
         std::string bad = codestream;
         bad[body] = 0;
         bad[body + 1] = 0;
-        const bool opened = readWhole(write("zero.ntf", spec, bad));
+        const bool opened = readWhole(write("zero.ntf", shape, bad));
         Tessel::NITFFactory::get().clearCache();
         if (marker == 0x51) {
             EXPECT_FALSE(opened) << "a SIZ of length 0";
@@ -582,7 +582,7 @@ TEST_F(J2KOpenJPEG, ZeroLengthSegmentsNeverCrash) {
             bad[body] = 0;
             bad[body + 1] = 10;
             putBig32(bad, body + 4, 0);
-            readWhole(write("zero.ntf", spec, bad));
+            readWhole(write("zero.ntf", shape, bad));
             Tessel::NITFFactory::get().clearCache();
         }
         ++variants;
@@ -591,11 +591,11 @@ TEST_F(J2KOpenJPEG, ZeroLengthSegmentsNeverCrash) {
 }
 
 TEST_F(J2KOpenJPEG, TileNumberFollowsTheImageMode) {
-    const J2KSpec spec = tiledSpec();
-    const std::string codestream = tessel_test::encodeJ2K(spec);
+    const CodestreamShape shape = tiledShape();
+    const std::string codestream = tessel_test::encodeJ2K(shape);
     // IMODE S numbers the tiles of band b after those of the bands before: a one-band image
     // reads the same; band 1 of a (claimed) two-band image lies beyond the codestream's tiles.
-    const auto file = openFile(write("s.ntf", spec, codestream, "S"));
+    const auto file = openFile(write("s.ntf", shape, codestream, "S"));
     ASSERT_TRUE(file);
     const auto image = file->getImage({});
     ASSERT_TRUE(image);
@@ -603,7 +603,7 @@ TEST_F(J2KOpenJPEG, TileNumberFollowsTheImageMode) {
     ASSERT_TRUE(image->readRegionViaPixels(0, 0, 96, 80, 96, 80, {0}, out));
     for (uint32_t y = 0; y < 80; y += 7) {
         for (uint32_t x = 0; x < 96; x += 5) {
-            ASSERT_EQ(out[y * 96 + x], tessel_test::j2kSample(spec, x, y, 0));
+            ASSERT_EQ(out[y * 96 + x], tessel_test::j2kSample(shape, x, y, 0));
         }
     }
 }

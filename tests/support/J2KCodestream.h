@@ -14,7 +14,7 @@
 
 namespace tessel_test {
 
-struct J2KSpec {
+struct CodestreamShape {
     uint32_t width = 64;
     uint32_t height = 48;
     uint32_t components = 1;
@@ -29,10 +29,10 @@ struct J2KSpec {
 };
 
 // Sample (x, y) of component c, the same formula for every test.
-inline int32_t j2kSample(const J2KSpec& spec, uint32_t x, uint32_t y, uint32_t c) {
-    const int32_t range = 1 << spec.precision;
+inline int32_t j2kSample(const CodestreamShape& shape, uint32_t x, uint32_t y, uint32_t c) {
+    const int32_t range = 1 << shape.precision;
     int32_t value = static_cast<int32_t>((x * 7 + y * 13 + c * 50 + (x * y) % 17) % range);
-    return spec.isSigned ? value - range / 2 : value;
+    return shape.isSigned ? value - range / 2 : value;
 }
 
 namespace detail_j2k_codestream {
@@ -58,46 +58,47 @@ inline void quiet(const char* /*message*/, void* /*client*/) {}
 
 }  // namespace detail_j2k_codestream
 
-// The raw codestream; empty when the encoder refuses the spec.
-inline std::string encodeJ2K(const J2KSpec& spec) {
+// The raw codestream; empty when the encoder refuses the shape.
+inline std::string encodeJ2K(const CodestreamShape& shape) {
     using namespace detail_j2k_codestream;
-    std::vector<opj_image_cmptparm_t> parameters(spec.components);
+    std::vector<opj_image_cmptparm_t> parameters(shape.components);
     for (auto& p : parameters) {
         std::memset(&p, 0, sizeof p);
         p.dx = p.dy = 1;
-        p.w = spec.width;
-        p.h = spec.height;
-        p.prec = spec.precision;
-        p.sgnd = spec.isSigned ? 1 : 0;
+        p.w = shape.width;
+        p.h = shape.height;
+        p.prec = shape.precision;
+        p.sgnd = shape.isSigned ? 1 : 0;
     }
-    opj_image_t* image = opj_image_create(spec.components, parameters.data(),
-                                          spec.components == 3 ? OPJ_CLRSPC_SRGB : OPJ_CLRSPC_GRAY);
-    image->x1 = spec.width;
-    image->y1 = spec.height;
-    for (uint32_t c = 0; c < spec.components; ++c) {
-        for (uint32_t y = 0; y < spec.height; ++y) {
-            for (uint32_t x = 0; x < spec.width; ++x) {
-                image->comps[c].data[y * spec.width + x] = j2kSample(spec, x, y, c);
+    opj_image_t* image =
+        opj_image_create(shape.components, parameters.data(),
+                         shape.components == 3 ? OPJ_CLRSPC_SRGB : OPJ_CLRSPC_GRAY);
+    image->x1 = shape.width;
+    image->y1 = shape.height;
+    for (uint32_t c = 0; c < shape.components; ++c) {
+        for (uint32_t y = 0; y < shape.height; ++y) {
+            for (uint32_t x = 0; x < shape.width; ++x) {
+                image->comps[c].data[y * shape.width + x] = j2kSample(shape, x, y, c);
             }
         }
     }
     opj_cparameters_t coding;
     opj_set_default_encoder_parameters(&coding);
-    coding.numresolution = spec.resolutions;
-    coding.prog_order = spec.order;
-    coding.irreversible = spec.reversible ? 0 : 1;
-    coding.tcp_numlayers = spec.layers;
-    for (int layer = 0; layer < spec.layers; ++layer) {
-        coding.tcp_rates[layer] = static_cast<float>(1 << (spec.layers - 1 - layer));
+    coding.numresolution = shape.resolutions;
+    coding.prog_order = shape.order;
+    coding.irreversible = shape.reversible ? 0 : 1;
+    coding.tcp_numlayers = shape.layers;
+    for (int layer = 0; layer < shape.layers; ++layer) {
+        coding.tcp_rates[layer] = static_cast<float>(1 << (shape.layers - 1 - layer));
     }
-    if (spec.layers == 1) {
+    if (shape.layers == 1) {
         coding.tcp_rates[0] = 0;
     }
     coding.cp_disto_alloc = 1;
-    if (spec.tileWidth != 0) {
+    if (shape.tileWidth != 0) {
         coding.tile_size_on = OPJ_TRUE;
-        coding.cp_tdx = static_cast<int>(spec.tileWidth);
-        coding.cp_tdy = static_cast<int>(spec.tileHeight);
+        coding.cp_tdx = static_cast<int>(shape.tileWidth);
+        coding.cp_tdy = static_cast<int>(shape.tileHeight);
     }
     std::string out;
     opj_codec_t* codec = opj_create_compress(OPJ_CODEC_J2K);
@@ -118,23 +119,24 @@ inline std::string encodeJ2K(const J2KSpec& spec) {
     return ok ? out : std::string();
 }
 
-// A NITF file of one C8 image holding `codestream`, with the spec's geometry.
-inline void writeJ2KFile(const std::filesystem::path& path, const J2KSpec& spec,
+// A NITF file of one C8 image holding `codestream`, with the shape's geometry.
+inline void writeJ2KFile(const std::filesystem::path& path, const CodestreamShape& shape,
                          const std::string& codestream, const std::string& imode = "B") {
     image_test::ImageLayout layout;
-    layout.rows = spec.height;
-    layout.cols = spec.width;
+    layout.rows = shape.height;
+    layout.cols = shape.width;
     layout.ic = "C8";
     layout.comrat = "N001";
     layout.imode = imode;
-    layout.abpp = spec.precision;
-    layout.nbpp = spec.precision <= 8 ? 8 : spec.precision <= 16 ? 16 : 32;
-    layout.pvtype = spec.isSigned ? "SI" : "INT";
-    layout.irep = spec.components == 3 ? "RGB" : "MONO";
-    layout.bands = spec.components == 3 ? std::vector<image_test::BandLayout>{image_test::band("R"),
-                                                                              image_test::band("G"),
-                                                                              image_test::band("B")}
-                                        : image_test::bands(spec.components);
+    layout.abpp = shape.precision;
+    layout.nbpp = shape.precision <= 8 ? 8 : shape.precision <= 16 ? 16 : 32;
+    layout.pvtype = shape.isSigned ? "SI" : "INT";
+    layout.irep = shape.components == 3 ? "RGB" : "MONO";
+    layout.bands =
+        shape.components == 3
+            ? std::vector<image_test::BandLayout>{image_test::band("R"), image_test::band("G"),
+                                                  image_test::band("B")}
+            : image_test::bands(shape.components);
     layout.data = codestream;
     image_test::ImageFileBuilder().add(layout).write(path);
 }

@@ -27,23 +27,23 @@ std::string quoted(const fs::path& path) {
 }
 
 // A codestream of square tiles `tile` wide, with its resolutions, layers and order.
-tessel_test::J2KSpec tiledSpec(uint32_t width, uint32_t height, uint32_t tile, int resolutions,
-                               int layers, OPJ_PROG_ORDER order) {
-    tessel_test::J2KSpec spec;
-    spec.width = width;
-    spec.height = height;
-    spec.tileWidth = tile;
-    spec.tileHeight = tile;
-    spec.resolutions = resolutions;
-    spec.layers = layers;
-    spec.order = order;
-    return spec;
+tessel_test::CodestreamShape tiledShape(uint32_t width, uint32_t height, uint32_t tile,
+                                        int resolutions, int layers, OPJ_PROG_ORDER order) {
+    tessel_test::CodestreamShape shape;
+    shape.width = width;
+    shape.height = height;
+    shape.tileWidth = tile;
+    shape.tileHeight = tile;
+    shape.resolutions = resolutions;
+    shape.layers = layers;
+    shape.order = order;
+    return shape;
 }
 
 // info.ntf in `dir`: one image of that codestream.
-fs::path writeInfoFile(const fs::path& dir, const tessel_test::J2KSpec& spec) {
+fs::path writeInfoFile(const fs::path& dir, const tessel_test::CodestreamShape& shape) {
     const fs::path file = dir / "info.ntf";
-    tessel_test::writeJ2KFile(file, spec, tessel_test::encodeJ2K(spec));
+    tessel_test::writeJ2KFile(file, shape, tessel_test::encodeJ2K(shape));
     return file;
 }
 
@@ -52,9 +52,9 @@ const char* const kOpenJPEGOn = R"({"Preferences": {"nitf.j2k.opj.enabled": true
 TEST(TesselJ2K, InfoShowsTheCodestreamFacts) {
     tessel_test::TempConfig config(kOpenJPEGOn);
     file_test::TempDir dir;
-    tessel_test::J2KSpec spec = tiledSpec(120, 90, 64, 4, 3, OPJ_RPCL);
-    spec.components = 3;
-    const fs::path file = writeInfoFile(dir.path(), spec);
+    tessel_test::CodestreamShape shape = tiledShape(120, 90, 64, 4, 3, OPJ_RPCL);
+    shape.components = 3;
+    const fs::path file = writeInfoFile(dir.path(), shape);
     const auto result = runTool("info " + quoted(file) + " --json");
     ASSERT_EQ(result.status, 0) << result.out;
     const auto info = nlohmann::json::parse(result.out);
@@ -86,13 +86,13 @@ TEST(TesselJ2K, ReadLevelDecodesTheCodestreamsResolution) {
         GTEST_SKIP() << "GDAL's Python bindings are not installed";
     }
     file_test::TempDir dir;
-    tessel_test::J2KSpec spec;
-    spec.width = 512;  // GDAL makes no overviews of small images
-    spec.height = 384;
-    spec.components = 3;
-    spec.resolutions = 4;
+    tessel_test::CodestreamShape shape;
+    shape.width = 512;  // GDAL makes no overviews of small images
+    shape.height = 384;
+    shape.components = 3;
+    shape.resolutions = 4;
     const fs::path file = dir / "levels.ntf";
-    tessel_test::writeJ2KFile(file, spec, tessel_test::encodeJ2K(spec));
+    tessel_test::writeJ2KFile(file, shape, tessel_test::encodeJ2K(shape));
     const auto gdal = tessel_test::gdalDigests({file}, 1)[file.string()][0];
     ASSERT_TRUE(gdal.contains("bands")) << gdal.dump();
     for (const char* preferences : {"{}", kOpenJPEGOn}) {
@@ -117,7 +117,7 @@ TEST(TesselJ2K, ReadLevelDecodesTheCodestreamsResolution) {
 
 TEST(TesselJ2K, InfoOfTheDefaultDecoderShowsTheCodingParameters) {
     file_test::TempDir dir;
-    const fs::path file = writeInfoFile(dir.path(), tiledSpec(100, 80, 32, 3, 2, OPJ_CPRL));
+    const fs::path file = writeInfoFile(dir.path(), tiledShape(100, 80, 32, 3, 2, OPJ_CPRL));
     tessel_test::TempConfig config;
     const auto result = runTool("info " + quoted(file) + " --json");
     ASSERT_EQ(result.status, 0) << result.out;

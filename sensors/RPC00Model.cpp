@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <charconv>
 #include <cmath>
+#include <functional>
+#include <optional>
 #include <stdexcept>
 
 #include "tessel/core/Options.h"
@@ -93,21 +95,20 @@ std::string readSuccess(const nlohmann::json& value) {
     return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
-// The header members; a missing one is reported and stands as "UNKNOWN". The counts stay
-// at 1 when their text doesn't parse.
-StateHeader readHeader(const nlohmann::json& document, const RPC00FailSink& fail) {
-    StateHeader header;
+// The header members from `lookup`, which gives nothing for a missing member; a missing one
+// is reported and stands as "UNKNOWN". The counts stay at 1 when their text doesn't parse.
+StateHeader readHeader(const std::function<std::optional<std::string>(const char*)>& lookup,
+                       const RPC00FailSink& fail) {
     const auto text = [&](const char* key) -> std::string {
-        const auto it = document.is_object() ? document.find(key) : document.end();
-        if (!document.is_object() || it == document.end()) {
+        std::optional<std::string> value = lookup(key);
+        if (!value) {
             if (fail) {
                 fail(std::string("Image parameter not found: ") + key);
             }
             return "UNKNOWN";
         }
-        std::string value = it->is_string() ? it->get<std::string>() : it->dump();
-        std::erase(value, '"');
-        return value;
+        std::erase(*value, '"');
+        return *value;
     };
     const auto count = [&](const char* key) {
         const std::string value = text(key);
@@ -116,11 +117,25 @@ StateHeader readHeader(const nlohmann::json& document, const RPC00FailSink& fail
             std::from_chars(value.data(), value.data() + value.size(), parsed);
         return error == std::errc() ? parsed : 1;
     };
+    StateHeader header;
     header.IID2 = text("IID2");
     header.IDATIM = text("IDATIM");
     header.NROWS = count("NROWS");
     header.NCOLS = count("NCOLS");
     return header;
+}
+
+// The header members of a state document.
+StateHeader readHeader(const nlohmann::json& document, const RPC00FailSink& fail) {
+    return readHeader(
+        [&](const char* key) -> std::optional<std::string> {
+            const auto it = document.is_object() ? document.find(key) : document.end();
+            if (!document.is_object() || it == document.end()) {
+                return std::nullopt;
+            }
+            return it->is_string() ? it->get<std::string>() : it->dump();
+        },
+        fail);
 }
 
 bool knownModelName(const std::string& name) {
@@ -230,31 +245,17 @@ std::unique_ptr<RPC00Model> RPC00Model::fromFile(const Tessel::NITFFileContext& 
             rpcm::failAndThrow(fail, "Modelname not supported");
         }
         const std::string treName = rpcm::treNameFor(name);
-        StateHeader header;
-        const auto imageParameter = [&](const char* key) {
-            // A fallback that no field holds tells a missing field from a blank one.
-            const std::string missing(1, '\x01');
-            std::string value = file.getPathString(std::string("/Image/") + key, missing);
-            if (value == missing) {
-                if (fail) {
-                    fail(std::string("Image parameter not found: ") + key);
+        const StateHeader header = rpcm::readHeader(
+            [&](const char* key) -> std::optional<std::string> {
+                // A fallback that no field holds tells a missing field from a blank one.
+                const std::string missing(1, '\x01');
+                std::string value = file.getPathString(std::string("/Image/") + key, missing);
+                if (value == missing) {
+                    return std::nullopt;
                 }
-                return std::string("UNKNOWN");
-            }
-            std::erase(value, '"');
-            return value;
-        };
-        const auto count = [&](const char* key) {
-            const std::string value = imageParameter(key);
-            int32_t parsed = 1;
-            const auto [end, error] =
-                std::from_chars(value.data(), value.data() + value.size(), parsed);
-            return error == std::errc() ? parsed : 1;
-        };
-        header.IID2 = imageParameter("IID2");
-        header.IDATIM = imageParameter("IDATIM");
-        header.NROWS = count("NROWS");
-        header.NCOLS = count("NCOLS");
+                return value;
+            },
+            fail);
         if (file.getPathString("/TRE/" + treName + "/_exists", "").empty()) {
             rpcm::failAndThrow(fail, "Could not find a " + treName + " TRE");
         }

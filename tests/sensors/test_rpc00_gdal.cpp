@@ -83,19 +83,9 @@ const std::vector<RpcFile>& rpcFiles() {
 }
 
 json gdalPoints(const fs::path& file) {
-    const std::string command = std::string("/usr/bin/python3 '") + TESSEL_SOURCE_DIR +
-                                "/tests/sensors/gdal_rpc_points.py' '" + file.string() + "' " +
-                                std::to_string(kGridSteps) + " 2>/dev/null";
-    std::string out;
-    if (FILE* pipe = popen(command.c_str(), "r"); pipe != nullptr) {
-        char buffer[65536];
-        size_t count = 0;
-        while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-            out.append(buffer, count);
-        }
-        pclose(pipe);
-    }
-    return json::parse(out, nullptr, false);
+    return tessel_test::jsonFromCommand(std::string("/usr/bin/python3 '") + TESSEL_SOURCE_DIR +
+                                        "/tests/sensors/gdal_rpc_points.py' '" + file.string() +
+                                        "' " + std::to_string(kGridSteps));
 }
 
 std::unique_ptr<RPC00Model> modelOf(const RpcFile& file) {

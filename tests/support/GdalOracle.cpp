@@ -109,6 +109,19 @@ bool gdalAvailable() {
     return fs::exists(oraclePython) && std::system(command.c_str()) == 0;
 }
 
+json jsonFromCommand(const std::string& command) {
+    std::string out;
+    if (FILE* pipe = popen((command + " 2>/dev/null").c_str(), "r"); pipe != nullptr) {
+        char buffer[65536];
+        size_t count = 0;
+        while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0) {
+            out.append(buffer, count);
+        }
+        pclose(pipe);
+    }
+    return json::parse(out, nullptr, false);
+}
+
 namespace {
 
 // The JSON that an oracle script of tests/image prints for its options and `files`.
@@ -119,17 +132,7 @@ json runOracleScript(const char* script, const std::string& options,
     for (const auto& file : files) {
         command += " '" + file.string() + "'";
     }
-    command += " 2>/dev/null";
-    std::string out;
-    if (FILE* pipe = popen(command.c_str(), "r"); pipe != nullptr) {
-        char buffer[65536];
-        size_t count = 0;
-        while ((count = fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-            out.append(buffer, count);
-        }
-        pclose(pipe);
-    }
-    return json::parse(out, nullptr, false);
+    return jsonFromCommand(command);
 }
 
 }  // namespace

@@ -39,6 +39,9 @@ std::vector<DecodedImage> decodeImages(const std::filesystem::path& path,
                                        const CompressionFilter& decode,
                                        const Tessel::ImageOptions& base = {});
 
+// What a command prints on standard output, parsed as JSON (discarded when it isn't).
+nlohmann::json jsonFromCommand(const std::string& command);
+
 // True when GDAL's Python bindings can be imported.
 bool gdalAvailable();
 

@@ -125,6 +125,22 @@ void NITFTileFactory::readMaskTable() {
     }
 }
 
+void NITFTileFactory::skipMaskTable(eCompressionType compression) {
+    if (!isMasked(compression)) {
+        return;
+    }
+    nitf_fs::ext::mini_reader reader(uri_.nativePath(), dataOffset_);
+    const std::optional<uint32_t> imageDataOffset = reader.read_be32();
+    if (!reader.ok() || !imageDataOffset) {
+        throw std::runtime_error("Unable to read the mask table of a masked image");
+    }
+    if (*imageDataOffset > dataLength_) {
+        throw std::runtime_error("The mask table's IMDATOFF lies past the image data");
+    }
+    dataOffset_ += *imageDataOffset;
+    dataLength_ -= *imageDataOffset;
+}
+
 uint32_t NITFTileFactory::getBytesPerPixel() const {
     return bitsPerPixel_ == 0 ? 0 : (bitsPerPixel_ - 1) / 8 + 1;
 }

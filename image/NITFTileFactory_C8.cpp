@@ -142,6 +142,7 @@ bool NITFTileFactory_C8::useTilePackage() {
 NITFTileFactory_C8::NITFTileFactory_C8(const NITFImage* image, const ImageOptions& options)
     : NITFTileFactory(image), options_(options), capacity_(inventoryCapacity()) {
     const ImageSegmentFields fields = readImageSegmentFields(image);
+    skipMaskTable(fields.compression);
     const std::optional<uint32_t> abpp = unsignedOf(fields.abpp);
     if (!abpp) {
         throw std::runtime_error("Unable to read ABPP");

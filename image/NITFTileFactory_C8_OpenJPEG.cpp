@@ -208,6 +208,7 @@ size_t NITFTileFactory_C8_OpenJPEG::inventoryCapacity() {
 NITFTileFactory_C8_OpenJPEG::NITFTileFactory_C8_OpenJPEG(const NITFImage* image,
                                                          const ImageOptions& options)
     : NITFTileFactory(image), options_(options) {
+    skipMaskTable(readImageSegmentFields(image).compression);
     capacity_ = inventoryCapacity();
     static std::once_flag logged;
     std::call_once(logged, [this] {

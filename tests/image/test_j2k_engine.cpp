@@ -573,3 +573,19 @@ TEST(J2KEngine, ErrorsReachTheHandlerWhichMayThrow) {
 }
 
 }  // namespace
+
+bool readByEngine(const Tessel::NITFImage& image) {
+    return dynamic_cast<const Tessel::NITFTileFactory_C8*>(image.getTileFactory()) != nullptr;
+}
+
+TEST_F(J2KKakadu, MaskedImageReadsItsCodestreamBehindTheMaskTable) {
+    for (const auto& m8 : tessel_test::writeMaskedImagesBesideUnmasked(dir_)) {
+        tessel_test::expectMaskedReadsAsUnmasked(m8, readByEngine);
+    }
+}
+
+TEST_F(J2KKakadu, MaskTableThatPointsPastTheDataIsRefused) {
+    const fs::path path = dir_ / "lying_mask.ntf";
+    tessel_test::writeMaskPointingPastTheData(path);
+    EXPECT_FALSE(tessel_test::readWhole(path, readByEngine));
+}

@@ -609,3 +609,19 @@ TEST_F(J2KOpenJPEG, TileNumberFollowsTheImageMode) {
 }
 
 }  // namespace
+
+bool readByOpenJpeg(const Tessel::NITFImage& image) {
+    return openJpegFactory(image) != nullptr;
+}
+
+TEST_F(J2KOpenJPEG, MaskedImageReadsItsCodestreamBehindTheMaskTable) {
+    for (const auto& m8 : tessel_test::writeMaskedImagesBesideUnmasked(dir_)) {
+        tessel_test::expectMaskedReadsAsUnmasked(m8, readByOpenJpeg);
+    }
+}
+
+TEST_F(J2KOpenJPEG, MaskTableThatPointsPastTheDataIsRefused) {
+    const fs::path path = dir_ / "lying_mask.ntf";
+    tessel_test::writeMaskPointingPastTheData(path);
+    EXPECT_FALSE(tessel_test::readWhole(path, readByOpenJpeg));
+}

@@ -120,8 +120,8 @@ inline std::string encodeJ2K(const CodestreamShape& shape) {
 }
 
 // A NITF file of one C8 image holding `codestream`, with the shape's geometry.
-inline void writeJ2KFile(const std::filesystem::path& path, const CodestreamShape& shape,
-                         const std::string& codestream, const std::string& imode = "B") {
+inline image_test::ImageLayout j2kLayout(const CodestreamShape& shape, const std::string& data,
+                                         const std::string& imode = "B") {
     image_test::ImageLayout layout;
     layout.rows = shape.height;
     layout.cols = shape.width;
@@ -137,7 +137,32 @@ inline void writeJ2KFile(const std::filesystem::path& path, const CodestreamShap
             ? std::vector<image_test::BandLayout>{image_test::band("R"), image_test::band("G"),
                                                   image_test::band("B")}
             : image_test::bands(shape.components);
-    layout.data = codestream;
+    layout.data = data;
+    return layout;
+}
+
+inline void writeJ2KFile(const std::filesystem::path& path, const CodestreamShape& shape,
+                         const std::string& codestream, const std::string& imode = "B") {
+    image_test::ImageFileBuilder().add(j2kLayout(shape, codestream, imode)).write(path);
+}
+
+// An M8 image: a block mask table (IMDATOFF, BMRLNTH 4, no pad mask) with one entry per
+// block of the grid, all pointing at the start of the one codestream behind it.
+inline void writeMaskedJ2KFile(const std::filesystem::path& path, const CodestreamShape& shape,
+                               const std::string& codestream, uint32_t blocksPerRow = 1,
+                               uint32_t blocksPerColumn = 1) {
+    const uint64_t blocks = uint64_t{blocksPerRow} * blocksPerColumn;
+    std::string mask = image_test::bigEndian(10 + 4 * blocks, 4) + image_test::bigEndian(4, 2) +
+                       image_test::bigEndian(0, 2) + image_test::bigEndian(0, 2);
+    for (uint64_t i = 0; i < blocks; ++i) {
+        mask += image_test::bigEndian(0, 4);
+    }
+    image_test::ImageLayout layout = j2kLayout(shape, mask + codestream);
+    layout.ic = "M8";
+    layout.nbpr = blocksPerRow;
+    layout.nbpc = blocksPerColumn;
+    layout.nppbh = blocksPerRow == 1 ? 0 : shape.tileWidth;
+    layout.nppbv = blocksPerColumn == 1 ? 0 : shape.tileHeight;
     image_test::ImageFileBuilder().add(layout).write(path);
 }
 

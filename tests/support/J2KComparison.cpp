@@ -7,6 +7,7 @@
 #include <exception>
 
 #include "support/ImageTestFiles.h"
+#include "support/J2KCodestream.h"
 #include "support/TestPaths.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/image/NITFImage.h"
@@ -153,6 +154,79 @@ void expectFirstTileLoadsAndLastFails(const Tessel::TileFactory& factory) {
     Tessel::TileGroup last = factory.createTiles({&factory, 2, 2, 0});
     EXPECT_FALSE(last.front().second->load(last));
     EXPECT_TRUE(last.front().second->isFailed());
+}
+
+namespace {
+
+std::vector<CodestreamShape> maskedShapes() {
+    CodestreamShape single;
+    CodestreamShape tiled;
+    tiled.width = 100;
+    tiled.height = 80;
+    tiled.tileWidth = 32;
+    tiled.tileHeight = 32;
+    tiled.resolutions = 3;
+    CodestreamShape colour;
+    colour.width = 64;
+    colour.height = 64;
+    colour.components = 3;
+    colour.tileWidth = 32;
+    colour.tileHeight = 32;
+    return {single, tiled, colour};
+}
+
+uint32_t tilesAcross(uint32_t size, uint32_t tile) {
+    return tile == 0 ? 1 : (size + tile - 1) / tile;
+}
+
+}  // namespace
+
+std::vector<fs::path> writeMaskedImagesBesideUnmasked(const fs::path& dir) {
+    std::vector<fs::path> masked;
+    const std::vector<CodestreamShape> shapes = maskedShapes();
+    for (size_t i = 0; i < shapes.size(); ++i) {
+        const CodestreamShape& shape = shapes[i];
+        const std::string codestream = encodeJ2K(shape);
+        const std::string stem = "shape" + std::to_string(i);
+        writeJ2KFile(dir / (stem + "_c8.ntf"), shape, codestream);
+        masked.push_back(dir / (stem + "_m8.ntf"));
+        writeMaskedJ2KFile(masked.back(), shape, codestream,
+                           tilesAcross(shape.width, shape.tileWidth),
+                           tilesAcross(shape.height, shape.tileHeight));
+    }
+    return masked;
+}
+
+void expectMaskedReadsAsUnmasked(const fs::path& m8,
+                                 const std::function<bool(const Tessel::NITFImage&)>& ours) {
+    fs::path c8 = m8;
+    c8.replace_filename(m8.stem().string().substr(0, m8.stem().string().size() - 3) + "_c8.ntf");
+    const auto file = image_test::openFile(m8);
+    ASSERT_TRUE(file) << m8;
+    const auto image = file->getImage({});
+    ASSERT_TRUE(image) << m8;
+    EXPECT_TRUE(ours(*image)) << m8 << " is not read by the decoder under test";
+    const std::vector<DecodedImage> masked = decodeImages(m8, isJ2K);
+    const std::vector<DecodedImage> plain = decodeImages(c8, isJ2K);
+    ASSERT_EQ(masked.size(), 1u);
+    ASSERT_EQ(plain.size(), 1u);
+    EXPECT_EQ(masked[0].compression, Tessel::eCompressionM8);
+    EXPECT_TRUE(masked[0].error.empty()) << masked[0].error;
+    ASSERT_FALSE(masked[0].bands.empty()) << m8;
+    EXPECT_EQ(masked[0].width, plain[0].width);
+    EXPECT_EQ(masked[0].height, plain[0].height);
+    EXPECT_EQ(masked[0].bands, plain[0].bands) << m8;
+}
+
+void writeMaskPointingPastTheData(const fs::path& path) {
+    const CodestreamShape shape;
+    const std::string codestream = encodeJ2K(shape);
+    std::string data = std::string(14, '\0') + codestream;
+    putBig32(data, 0, 0x7FFFFFF0u);  // IMDATOFF far behind the data
+    data[5] = 4;                     // BMRLNTH
+    image_test::ImageLayout layout = j2kLayout(shape, data);
+    layout.ic = "M8";
+    image_test::ImageFileBuilder().add(layout).write(path);
 }
 
 void putBig32(std::string& s, size_t at, uint32_t value) {

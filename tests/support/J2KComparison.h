@@ -62,6 +62,21 @@ bool readWhole(const std::filesystem::path& path,
 // Of a 3 x 3 tile codestream cut short: the first tile loads, the last fails.
 void expectFirstTileLoadsAndLastFails(const Tessel::TileFactory& factory);
 
+// Writes, for a few codestream shapes, an M8 file ("shapeN_m8.ntf", a block mask table in
+// front of the codestream) beside a C8 file of the same codestream ("shapeN_c8.ntf") under
+// `dir`; returns the M8 files.
+std::vector<std::filesystem::path> writeMaskedImagesBesideUnmasked(
+    const std::filesystem::path& dir);
+
+// The M8 file opens with the decoder under test and its pixels equal its C8 twin's.
+void expectMaskedReadsAsUnmasked(const std::filesystem::path& m8,
+                                 const std::function<bool(const Tessel::NITFImage&)>& ours);
+
+// An M8 file whose mask table's IMDATOFF points far behind the image data. (GDAL 3.6
+// refuses M8 images, "Unsupported imagery compression format M8": masked images are
+// checked against their C8 twins instead.)
+void writeMaskPointingPastTheData(const std::filesystem::path& path);
+
 // `value` as four big-endian bytes at `at` of `s`.
 void putBig32(std::string& s, size_t at, uint32_t value);
 

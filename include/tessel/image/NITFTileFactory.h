@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tessel/core/NITFURI.h"
+#include "tessel/core/eCompressionType.h"
 #include "tessel/image/TileFactory.h"
 
 namespace Tessel {
@@ -85,6 +86,11 @@ protected:
     uint64_t dataOffset_ = 0;
     uint64_t dataLength_ = 0;
     std::vector<BlockEntry> blockTable_;
+
+    // For a masked image whose data is one stream (M8), moves the data offset past the mask
+    // table to IMDATOFF and shortens the data length by as much; nothing for other images.
+    // Throws std::runtime_error when the table can't be read or points past the data.
+    void skipMaskTable(eCompressionType compression);
 
 private:
     // Applies the mask table at the start of a masked image's data to the block table.

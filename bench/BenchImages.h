@@ -36,7 +36,8 @@ struct OpenImage {
 
 // The first image of the large file `name`; the benchmark skips when it isn't there or
 // doesn't open.
-inline OpenImage openOrSkip(const std::string& name, benchmark::State& state) {
+inline OpenImage openOrSkip(const std::string& name, benchmark::State& state,
+                            const Tessel::ImageOptions& options = {}) {
     OpenImage opened;
     const std::filesystem::path path = largeFile(name);
     if (path.empty() || !std::filesystem::exists(path)) {
@@ -47,7 +48,7 @@ inline OpenImage openOrSkip(const std::string& name, benchmark::State& state) {
     opened.context =
         Tessel::NITFFactory::get().open(Tessel::NITFURI(std::string_view(path.string())), messages);
     if (opened.context) {
-        opened.image = opened.context.getImage(Tessel::ImageOptions{});
+        opened.image = opened.context.getImage(options);
     }
     if (!opened.image) {
         state.SkipWithError("the image doesn't open");

@@ -15,6 +15,8 @@ constexpr int kMaxComponents = 4;
 constexpr int kMaxBlocksInMcu = 10;
 constexpr uint32_t kMaxDimension = 65500;
 constexpr int kLookaheadBits = 9;
+// AC codes whose code and magnitude bits together fit in this many bits decode in one step.
+constexpr int kFastAcBits = 12;
 
 // The natural position of each coefficient in zig-zag order, with sixteen extra entries so
 // that a corrupt run length past the end lands harmlessly on the last coefficient.
@@ -37,6 +39,8 @@ struct DerivedTable {
     std::array<int32_t, 17> valoffset{};
     std::array<uint8_t, 256> values{};
     std::array<uint16_t, 1u << kLookaheadBits> lookup{};  // length << 8 | symbol; 0 none
+    // For AC tables: coefficient << 16 | run << 8 | code and magnitude length; 0 none.
+    std::array<int32_t, 1u << kFastAcBits> fastAc{};
 };
 
 // The small helpers of the decoding loops are inline: the library is position-independent,
@@ -183,6 +187,16 @@ inline void inverseDct(const int16_t* coefficients, const uint16_t* quant, uint1
     }
 }
 
+// A block without AC terms: every column and row of the full transform is flat, and all 64
+// samples are the DC term descaled through both passes.
+inline void inverseDctOfDcOnly(int16_t dc, uint16_t quant, uint16_t* out, size_t stride) {
+    const auto column = static_cast<int32_t>(int64_t{dc} * quant * (int64_t{1} << kPass1Bits));
+    const uint16_t sample = idctLimit(descale(column, kPass1Bits + 3));
+    for (size_t row = 0; row < 8; ++row) {
+        std::fill(out + row * stride, out + row * stride + 8, sample);
+    }
+}
+
 // The integer YCbCr to RGB tables at 12 bits, 16 fraction bits.
 struct ColorTables {
     std::array<int32_t, kMaxSample + 1> crToR{};
@@ -250,6 +264,8 @@ struct Decompressor::Scan {
     int bitsLeft = 0;
     int paddedBits = 0;  // zero bits at the bottom of `bits` that aren't data
     std::vector<int16_t> blocks;
+    // Whether each block of the MCU just decoded has an AC term other than zero.
+    std::array<bool, kMaxBlocksInMcu> hasAc{};
 };
 
 void SourceManager::skipInputData(Decompressor& decoder, size_t count) {
@@ -622,6 +638,30 @@ namespace detail_jpeg12 {
 
 // Canonical codes from the counts, checked: no more than 256 codes, no length overfull,
 // DC symbols no larger than 15.
+inline int32_t extend(int32_t value, int bits) {
+    return value < (int32_t{1} << (bits - 1)) ? value - (int32_t{1} << bits) + 1 : value;
+}
+
+// Every window of kFastAcBits that starts with this code and holds its whole magnitude
+// gets the decoded coefficient, its run and the bits both take.
+void addFastAcEntries(DerivedTable& derived, uint32_t code, int length, uint8_t symbol) {
+    const int run = symbol >> 4;
+    const int size = symbol & 15;
+    const int total = length + size;
+    if (size == 0 || total > kFastAcBits) {
+        return;  // end of block, sixteen zeros or too long: decoded step by step
+    }
+    const int spare = kFastAcBits - length;
+    const uint32_t first = code << spare;
+    for (uint32_t k = 0; k < (uint32_t{1} << spare); ++k) {
+        const auto magnitude = static_cast<int32_t>(k >> (spare - size));
+        const int32_t value = extend(magnitude, size);
+        derived.fastAc[first + k] =
+            static_cast<int32_t>(static_cast<uint32_t>(value) << 16 |
+                                 static_cast<uint32_t>(run) << 8 | static_cast<uint32_t>(total));
+    }
+}
+
 DerivedTable deriveTable(const HuffmanTable& table, bool dc, Decompressor& decoder, int slot) {
     DerivedTable derived;
     const auto bad = [&] {
@@ -671,6 +711,9 @@ DerivedTable deriveTable(const HuffmanTable& table, bool dc, Decompressor& decod
         }
         if (dc && table.values[i] > 15) {
             bad();
+        }
+        if (!dc) {
+            addFastAcEntries(derived, codes[i], length, table.values[i]);
         }
     }
     derived.values = table.values;
@@ -915,10 +958,6 @@ struct BitReader {
     }
 };
 
-inline int32_t extend(int32_t value, int bits) {
-    return value < (int32_t{1} << (bits - 1)) ? value - (int32_t{1} << bits) + 1 : value;
-}
-
 }  // namespace detail_jpeg12
 
 void Decompressor::decodeMcu(int16_t* blocks) {
@@ -930,6 +969,7 @@ void Decompressor::decodeMcu(int16_t* blocks) {
         --scan.restartsToGo;
     }
     std::fill(blocks, blocks + scan.mcuComponent.size() * 64, int16_t{0});
+    scan.hasAc.fill(false);
     if (scan.insufficient) {
         return;  // out of data: the rest of the segment stays zero
     }
@@ -947,14 +987,25 @@ void Decompressor::decodeMcu(int16_t* blocks) {
                                                  static_cast<uint32_t>(diff));
             scan.lastDc[s] = dc;
             out[0] = static_cast<int16_t>(dc);
+            const DerivedTable& ac = scan.ac[s];
             for (size_t k = 1; k < 64; ++k) {
-                const int symbol = reader.decode(scan.ac[s], *this);
+                reader.fill(16);
+                const int32_t fast = ac.fastAc[reader.peek(16) >> (16 - kFastAcBits)];
+                if (fast != 0) {
+                    reader.consume(fast & 31, *this);
+                    k += static_cast<size_t>((fast >> 8) & 15);
+                    out[kNaturalOrder[k]] = static_cast<int16_t>(fast >> 16);
+                    scan.hasAc[block] = true;
+                    continue;
+                }
+                const int symbol = reader.decode(ac, *this);
                 const int run = symbol >> 4;
                 size = symbol & 15;
                 if (size != 0) {
                     k += static_cast<size_t>(run);
                     diff = extend(reader.get(size, *this), size);
                     out[kNaturalOrder[k]] = static_cast<int16_t>(diff);
+                    scan.hasAc[block] = true;
                 } else {
                     if (run != 15) {
                         break;
@@ -978,9 +1029,14 @@ void Decompressor::decodeRowGroup() {
             const auto [bx, by] = scan.mcuOffset[block];
             const size_t x = (size_t{mcu} * static_cast<size_t>(c.h) + static_cast<size_t>(bx)) * 8;
             const size_t y = slot * c.rowsPerGroup + static_cast<size_t>(by) * 8;
-            inverseDct(scan.blocks.data() + block * 64,
-                       quant_[static_cast<size_t>(c.quantTable)].data(),
-                       c.rows.data() + y * c.rowStride + x, c.rowStride);
+            const int16_t* coefficients = scan.blocks.data() + block * 64;
+            const uint16_t* quant = quant_[static_cast<size_t>(c.quantTable)].data();
+            uint16_t* out = c.rows.data() + y * c.rowStride + x;
+            if (scan.hasAc[block]) {
+                inverseDct(coefficients, quant, out, c.rowStride);
+            } else {
+                inverseDctOfDcOnly(coefficients[0], quant[0], out, c.rowStride);
+            }
         }
     }
     ++scan.decodedGroups;

@@ -988,6 +988,7 @@ void Decompressor::decodeMcu(int16_t* blocks) {
             scan.lastDc[s] = dc;
             out[0] = static_cast<int16_t>(dc);
             const DerivedTable& ac = scan.ac[s];
+            bool anyAc = false;
             for (size_t k = 1; k < 64; ++k) {
                 reader.fill(16);
                 const int32_t fast = ac.fastAc[reader.peek(16) >> (16 - kFastAcBits)];
@@ -995,7 +996,7 @@ void Decompressor::decodeMcu(int16_t* blocks) {
                     reader.consume(fast & 31, *this);
                     k += static_cast<size_t>((fast >> 8) & 15);
                     out[kNaturalOrder[k]] = static_cast<int16_t>(fast >> 16);
-                    scan.hasAc[block] = true;
+                    anyAc = true;
                     continue;
                 }
                 const int symbol = reader.decode(ac, *this);
@@ -1005,7 +1006,7 @@ void Decompressor::decodeMcu(int16_t* blocks) {
                     k += static_cast<size_t>(run);
                     diff = extend(reader.get(size, *this), size);
                     out[kNaturalOrder[k]] = static_cast<int16_t>(diff);
-                    scan.hasAc[block] = true;
+                    anyAc = true;
                 } else {
                     if (run != 15) {
                         break;
@@ -1013,6 +1014,7 @@ void Decompressor::decodeMcu(int16_t* blocks) {
                     k += 15;
                 }
             }
+            scan.hasAc[block] = anyAc;
         }
     }
     reader.save();

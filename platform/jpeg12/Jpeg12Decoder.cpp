@@ -1,6 +1,7 @@
 #include "platform/jpeg12/Jpeg12Decoder.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <new>
 #include <string>
@@ -127,7 +128,7 @@ inline Butterfly butterfly(const int64_t v[8]) {
 
 inline void inverseDct(const int16_t* coefficients, const uint16_t* quant, uint16_t* out,
                        size_t stride) {
-    std::array<int32_t, 64> workspace{};
+    std::array<int32_t, 64> workspace;  // every entry is written by the column pass
     for (int column = 0; column < 8; ++column) {
         // A column of zero AC terms gives its DC term everywhere (what the full pass gives).
         bool flat = true;
@@ -859,9 +860,10 @@ namespace detail_jpeg12 {
 template <class NextByte>
 struct BitReader {
     // The scan's bit state is kept here while an MCU decodes, and handed back by save().
-    BitReader(Decompressor::Scan& s, int& marker, NextByte nextByte)
+    BitReader(Decompressor::Scan& s, int& marker, SourceManager& input, NextByte nextByte)
         : scan(s),
           unreadMarker(marker),
+          source(input),
           next(nextByte),
           bits(s.bits),
           bitsLeft(s.bitsLeft),
@@ -877,16 +879,40 @@ struct BitReader {
 
     Decompressor::Scan& scan;
     int& unreadMarker;
+    SourceManager& source;
     NextByte next;
     uint64_t bits;
     int bitsLeft;
     int paddedBits;
     bool insufficient;
 
+    // Takes the bytes the loop below would take in one step when the next eight bytes of the
+    // buffer hold no 0xFF (no stuffing, no marker): the common case of entropy-coded data.
+    void fillWithoutStuffing() {
+        if (source.bytesInBuffer < 8 || unreadMarker != 0 || bitsLeft > 48) {
+            return;
+        }
+        uint64_t word = 0;
+        std::memcpy(&word, source.nextInputByte, sizeof word);
+        const uint64_t inverted = ~word;  // a 0xFF byte is a zero byte here
+        if (((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0) {
+            return;
+        }
+        if constexpr (std::endian::native == std::endian::little) {
+            word = __builtin_bswap64(word);
+        }
+        const int take = (56 - bitsLeft) / 8;
+        bits = bits << (8 * take) | word >> (64 - 8 * take);
+        bitsLeft += 8 * take;
+        source.nextInputByte += take;
+        source.bytesInBuffer -= static_cast<size_t>(take);
+    }
+
     void fill(int needed) {
         if (bitsLeft >= needed) {
             return;
         }
+        fillWithoutStuffing();
         while (bitsLeft <= 48 && unreadMarker == 0) {
             int c = next();
             if (c == 0xFF) {
@@ -974,7 +1000,7 @@ void Decompressor::decodeMcu(int16_t* blocks) {
         return;  // out of data: the rest of the segment stays zero
     }
     const auto next = [this] { return readByte(); };
-    BitReader<decltype(next)> reader(scan, unreadMarker_, next);
+    BitReader<decltype(next)> reader(scan, unreadMarker_, source_, next);
     size_t block = 0;
     for (size_t s = 0; s < scan.order.size(); ++s) {
         const Component& c = components_[scan.order[s]];

@@ -17,6 +17,7 @@
 #include "image/NITFImageSegment.h"
 #include "image/TileMakers.h"
 #include "platform/j2k/J2KMainHeader.h"
+#include "platform/j2k/J2KSamples.h"
 #include "tessel/core/Options.h"
 #include "tessel/image/TilePool.h"
 #include "tessel/io/IOPool.h"
@@ -150,35 +151,6 @@ uint32_t reducedSize(uint32_t size, uint32_t factor) {
         return size == 0 ? 0 : 1;
     }
     return static_cast<uint32_t>((uint64_t{size} + (uint64_t{1} << factor) - 1) >> factor);
-}
-
-// Copies `count` samples of 32 bits to `bytes`-wide elements: the low bits of each, or each
-// zero-extended to 64 bits.
-void narrowSamples(const OPJ_INT32* samples, size_t count, uint32_t bytes, uint8_t* out) {
-    switch (bytes) {
-        case 1:
-            for (size_t i = 0; i < count; ++i) {
-                out[i] = static_cast<uint8_t>(samples[i]);
-            }
-            break;
-        case 2:
-            for (size_t i = 0; i < count; ++i) {
-                const auto value = static_cast<uint16_t>(samples[i]);
-                std::memcpy(out + 2 * i, &value, 2);
-            }
-            break;
-        case 4:
-            std::memcpy(out, samples, count * 4);
-            break;
-        case 8:
-            for (size_t i = 0; i < count; ++i) {
-                const uint64_t value = static_cast<uint32_t>(samples[i]);
-                std::memcpy(out + 8 * i, &value, 8);
-            }
-            break;
-        default:
-            break;
-    }
 }
 
 }  // namespace detail_opj
@@ -396,7 +368,7 @@ void NITFTileFactory_C8_OpenJPEG::copyComponent(const tile_id& id, uint8_t* buff
     if (edge || count < capacity) {
         std::memset(buffer, 0, blockBytes_);
     }
-    narrowSamples(component.data, static_cast<size_t>(count), bytes, buffer);
+    tessel_j2k::storeJ2KSamples(component.data, static_cast<size_t>(count), bytes, buffer);
 }
 
 std::map<std::string, std::string> NITFTileFactory_C8_OpenJPEG::getCompressionInfo() const {

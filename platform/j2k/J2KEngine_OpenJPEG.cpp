@@ -13,6 +13,7 @@
 
 #include "platform/j2k/J2KEngine.h"
 #include "platform/j2k/J2KMainHeader.h"
+#include "platform/j2k/J2KSamples.h"
 
 namespace tessel_j2k {
 
@@ -51,25 +52,6 @@ uint64_t ceilShift(uint64_t value, uint32_t shift) {
 
 uint64_t ceilDivide(uint64_t value, uint32_t by) {
     return by == 0 ? value : (value + by - 1) / by;
-}
-
-void storeSamples(const OPJ_INT32* samples, size_t count, uint32_t bytes, uint8_t* out) {
-    switch (bytes) {
-        case 1:
-            for (size_t i = 0; i < count; ++i) {
-                out[i] = static_cast<uint8_t>(samples[i]);
-            }
-            break;
-        case 2:
-            for (size_t i = 0; i < count; ++i) {
-                const auto value = static_cast<uint16_t>(samples[i]);
-                std::memcpy(out + 2 * i, &value, 2);
-            }
-            break;
-        default:
-            std::memcpy(out, samples, count * 4);
-            break;
-    }
 }
 
 // A window of another source: the contiguous codestream box of a JP2 file.
@@ -341,8 +323,8 @@ private:
             const OPJ_INT32* row = c.data + static_cast<size_t>(y - y0) * c.w + (left - x0);
             const size_t at = static_cast<size_t>(y - region.y) * target.rowGap +
                               static_cast<size_t>(left - region.x);
-            storeSamples(row, static_cast<size_t>(right - left), target.bytes,
-                         out + at * target.bytes);
+            storeJ2KSamples(row, static_cast<size_t>(right - left), target.bytes,
+                            out + at * target.bytes);
         }
     }
 

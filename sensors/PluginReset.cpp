@@ -1,11 +1,13 @@
 #include "tessel/sensors/PluginReset.h"
 
 #include "tessel/core/Options.h"
+#include "tessel/sensors/RasterSensorFactory.h"
 
 extern "C" {
 
 void vexa_igeolo_reset() {
     Tessel::s_opt_vexa_igeolo_enable.reset();
+    VEXASensors::RasterSensorFactory::reset();
 }
 
 void vexa_blocka_reset() {

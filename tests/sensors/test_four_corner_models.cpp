@@ -3,14 +3,22 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "support/FileTestSupport.h"
+#include "support/ImageFileBuilder.h"
+#include "tessel/core/NITFMessages.h"
+#include "tessel/core/NITFURI.h"
 #include "tessel/csm/Error.h"
 #include "tessel/csm/Plugin.h"
+#include "tessel/file/NITFFactory.h"
+#include "tessel/file/NITFFileContext.h"
 #include "tessel/sensors/BLOCKAModel.h"
 #include "tessel/sensors/CSCRNAModel.h"
 #include "tessel/sensors/FourCornerPlugins.h"
@@ -401,3 +409,90 @@ TEST(FourCornerPlugins, AreListedWithTheirModelsAndBuildFromTheirStates) {
 }
 
 }  // namespace
+
+namespace file_corners {
+
+// A CSCRNA record: corner predicted flag, then latitude (9), longitude (10) and height (8)
+// of each corner in the order upper left, upper right, lower right, lower left.
+std::string cscrnaPayload() {
+    return "N"
+           "+41.50000+020.00000+00100.0"
+           "+41.50000+020.20000+00100.0"
+           "+41.30000+020.20000+00100.0"
+           "+41.30000+020.00000+00100.0";
+}
+
+std::string blockaPayload() {
+    return "01"
+           "00000"
+           "00100"
+           "000"
+           "000" +
+           std::string(16, ' ') +
+           "+41.500000+020.200000"
+           "+41.300000+020.200000"
+           "+41.300000+020.000000"
+           "+41.500000+020.000000"
+           "010.0";
+}
+
+Tessel::NITFFileContext writeAndOpen(const std::filesystem::path& path,
+                                     const std::vector<std::string>& tres) {
+    image_test::ImageLayout layout;
+    layout.rows = 100;
+    layout.cols = 200;
+    layout.tres = tres;
+    layout.data.assign(100 * 200, '\0');
+    image_test::ImageFileBuilder().add(layout).write(path);
+    Tessel::NITFMessages messages;
+    return Tessel::NITFFactory::get().open(Tessel::NITFURI(std::string_view(path.string())),
+                                           messages);
+}
+
+}  // namespace file_corners
+
+TEST(FourCornerModelsFromFiles, CscrnaAndBlockaRecordsOfAFileGiveTheirCorners) {
+    file_test::TempDir dir;
+    const auto file = file_corners::writeAndOpen(
+        dir / "corners.ntf", {image_test::rawTre("CSCRNA", file_corners::cscrnaPayload()),
+                              image_test::rawTre("BLOCKA", file_corners::blockaPayload())});
+    ASSERT_TRUE(file);
+    std::vector<std::string> failures;
+    const auto sink = [&](const std::string& m) { failures.push_back(m); };
+    const auto cscrna = CSCRNAModel::fromFile(file, CSCRNA_MODEL_NAME, sink);
+    ASSERT_TRUE(cscrna) << (failures.empty() ? "" : failures.back());
+    EXPECT_EQ(cscrna->record().ULCNR_HT, 100.0);
+    const LLHCoord lowerRight = cscrna->imageToGround_llh(ImageCoord(100.0, 200.0), 0.0);
+    EXPECT_DOUBLE_EQ(lowerRight.lat, 41.3 + 0.2 / 100.0);
+    EXPECT_DOUBLE_EQ(lowerRight.lon, 20.2 - 0.2 / 200.0);
+    const auto blocka = BLOCKAModel::fromFile(file, BLOCKA_MODEL_NAME, sink);
+    ASSERT_TRUE(blocka) << (failures.empty() ? "" : failures.back());
+    EXPECT_EQ(blocka->record().L_LINES, 100.0);
+    const LLHCoord upperLeft = blocka->imageToGround_llh(ImageCoord(0.0, 0.0), 0.0);
+    EXPECT_DOUBLE_EQ(upperLeft.lat, 41.5);
+    EXPECT_DOUBLE_EQ(upperLeft.lon, 20.0);
+    EXPECT_TRUE(failures.empty()) << failures.front();
+}
+
+TEST(FourCornerModelsFromFiles, ChippedFileAndMissingRecordsAreRefused) {
+    file_test::TempDir dir;
+    const auto plain = file_corners::writeAndOpen(dir / "plain.ntf", {});
+    ASSERT_TRUE(plain);
+    std::vector<std::string> failures;
+    const auto sink = [&](const std::string& m) { failures.push_back(m); };
+    EXPECT_FALSE(CSCRNAModel::fromFile(plain, CSCRNA_MODEL_NAME, sink));
+    EXPECT_FALSE(BLOCKAModel::fromFile(plain, BLOCKA_MODEL_NAME, sink));
+    EXPECT_EQ(failures, (std::vector<std::string>{"Could not find a CSCRNA TRE",
+                                                  "Could not find a BLOCKA TRE"}));
+    failures.clear();
+    const std::string ichipb =
+        "00"
+        "X" +
+        std::string(221, '0');
+    const auto chipped = file_corners::writeAndOpen(
+        dir / "chipped.ntf", {image_test::rawTre("CSCRNA", file_corners::cscrnaPayload()),
+                              image_test::rawTre("ICHIPB", ichipb)});
+    ASSERT_TRUE(chipped);
+    EXPECT_FALSE(CSCRNAModel::fromFile(chipped, CSCRNA_MODEL_NAME, sink));
+    EXPECT_EQ(failures, std::vector<std::string>{"CSCRNA ICHIP not supported"});
+}

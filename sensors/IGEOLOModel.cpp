@@ -44,32 +44,6 @@ std::optional<IgeoloFields> usableFields(std::string icords, std::string igeolo)
     return IgeoloFields{icords.substr(first), std::move(igeolo)};
 }
 
-// A field of the document as the image parameter reader gives it: double quotes removed,
-// a missing one reported and read as "UNKNOWN".
-std::string documentField(const nlohmann::json& document, const char* key, const FailSink& fail) {
-    if (!document.is_object() || !document.contains(key)) {
-        if (fail) {
-            fail(std::string("Image parameter not found: ") + key);
-        }
-        return "UNKNOWN";
-    }
-    std::string text = readText(document[key]);
-    std::erase(text, '"');
-    return text;
-}
-
-std::string fileField(const Tessel::NITFFileContext& file, const char* key, const FailSink& fail) {
-    std::optional<std::string> value = imageField(file, key);
-    if (!value) {
-        if (fail) {
-            fail(std::string("Image parameter not found: ") + key);
-        }
-        return "UNKNOWN";
-    }
-    std::erase(*value, '"');
-    return *value;
-}
-
 std::unique_ptr<IGEOLOModel> makeModel(const IgeoloFields& fields, bool chipped,
                                        const StateHeader& header,
                                        const RasterGM::PropertyMap& props, const std::string& name,
@@ -122,7 +96,7 @@ std::unique_ptr<IGEOLOModel> IGEOLOModel::fromDocument(const nlohmann::json& doc
         const StateHeader header = readHeader(document, fail);
         checkName(name, fail);
         const std::optional<IgeoloFields> fields = usableFields(
-            documentField(document, "ICORDS", fail), documentField(document, "IGEOLO", fail));
+            imageParameter(document, "ICORDS", fail), imageParameter(document, "IGEOLO", fail));
         if (!fields) {
             return nullptr;
         }
@@ -137,8 +111,8 @@ std::unique_ptr<IGEOLOModel> IGEOLOModel::fromFile(const Tessel::NITFFileContext
     return guardedConstruction<IGEOLOModel>(fail, [&]() -> std::unique_ptr<IGEOLOModel> {
         const StateHeader header = readHeader(file, fail);
         checkName(name, fail);
-        const std::optional<IgeoloFields> fields =
-            usableFields(fileField(file, "ICORDS", fail), fileField(file, "IGEOLO", fail));
+        const std::optional<IgeoloFields> fields = usableFields(
+            imageParameter(file, "ICORDS", fail), imageParameter(file, "IGEOLO", fail));
         if (!fields) {
             return nullptr;
         }

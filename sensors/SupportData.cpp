@@ -59,30 +59,43 @@ const nlohmann::json& memberOf(const nlohmann::json& object, const std::string& 
 
 namespace {
 
-using HeaderLookup = std::function<std::optional<std::string>(const char*)>;
+std::optional<std::string> documentMemberText(const nlohmann::json& document,
+                                              const std::string& key) {
+    if (!document.is_object()) {
+        return std::nullopt;
+    }
+    const auto it = document.find(key);
+    if (it == document.end()) {
+        return std::nullopt;
+    }
+    return readText(*it);
+}
 
-StateHeader headerFrom(const HeaderLookup& lookup, const FailSink& fail) {
-    const auto text = [&](const char* key) -> std::string {
-        std::optional<std::string> value = lookup(key);
-        if (!value) {
-            if (fail) {
-                fail(std::string("Image parameter not found: ") + key);
-            }
-            return "UNKNOWN";
+std::string parameterText(std::optional<std::string> value, const std::string& key,
+                          const FailSink& fail) {
+    if (!value) {
+        if (fail) {
+            fail("Image parameter not found: " + key);
         }
-        std::erase(*value, '"');
-        return *value;
-    };
+        return "UNKNOWN";
+    }
+    std::erase(*value, '"');
+    return *value;
+}
+
+// The counts stay at 1 when their text doesn't parse.
+template <typename Source>
+StateHeader headerFrom(const Source& source, const FailSink& fail) {
     const auto count = [&](const char* key) {
-        const std::string value = text(key);
+        const std::string value = imageParameter(source, key, fail);
         int32_t parsed = 1;
         const auto [end, error] =
             std::from_chars(value.data(), value.data() + value.size(), parsed);
         return error == std::errc() ? parsed : 1;
     };
     StateHeader header;
-    header.IID2 = text("IID2");
-    header.IDATIM = text("IDATIM");
+    header.IID2 = imageParameter(source, "IID2", fail);
+    header.IDATIM = imageParameter(source, "IDATIM", fail);
     header.NROWS = count("NROWS");
     header.NCOLS = count("NCOLS");
     return header;
@@ -90,23 +103,22 @@ StateHeader headerFrom(const HeaderLookup& lookup, const FailSink& fail) {
 
 }  // namespace
 
+std::string imageParameter(const nlohmann::json& document, const std::string& key,
+                           const FailSink& fail) {
+    return parameterText(documentMemberText(document, key), key, fail);
+}
+
+std::string imageParameter(const Tessel::NITFFileContext& file, const std::string& key,
+                           const FailSink& fail) {
+    return parameterText(imageField(file, key), key, fail);
+}
+
 StateHeader readHeader(const nlohmann::json& document, const FailSink& fail) {
-    return headerFrom(
-        [&](const char* key) -> std::optional<std::string> {
-            if (!document.is_object()) {
-                return std::nullopt;
-            }
-            const auto it = document.find(key);
-            if (it == document.end()) {
-                return std::nullopt;
-            }
-            return readText(*it);
-        },
-        fail);
+    return headerFrom(document, fail);
 }
 
 StateHeader readHeader(const Tessel::NITFFileContext& file, const FailSink& fail) {
-    return headerFrom([&](const char* key) { return imageField(file, key); }, fail);
+    return headerFrom(file, fail);
 }
 
 std::optional<std::string> imageField(const Tessel::NITFFileContext& file, const std::string& key) {

@@ -41,6 +41,14 @@ const nlohmann::json& memberOf(const nlohmann::json& object, const std::string& 
 StateHeader readHeader(const nlohmann::json& document, const FailSink& fail);
 StateHeader readHeader(const Tessel::NITFFileContext& file, const FailSink& fail);
 
+// An image parameter as text with its double quotes removed, from a document's member or a
+// file's "/Image/<key>"; a missing one is reported as "Image parameter not found: <key>" and
+// reads "UNKNOWN".
+std::string imageParameter(const nlohmann::json& document, const std::string& key,
+                           const FailSink& fail);
+std::string imageParameter(const Tessel::NITFFileContext& file, const std::string& key,
+                           const FailSink& fail);
+
 // An image subheader field through "/Image/<key>", or nothing when the file has none.
 std::optional<std::string> imageField(const Tessel::NITFFileContext& file, const std::string& key);
 

@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include "sensors/RPC00Terms.h"
 #include "tessel/core/Options.h"
 #include "tessel/file/NITFFileContext.h"
 #include "tessel/platform/geo/gx.h"
@@ -276,6 +277,14 @@ RPC00Model::RPC00Model(std::unique_ptr<RPC00> record, const StateHeader& header,
     addMarkerParameter();
     pixelOffset = Tessel::s_opt_vexa_rpc_pixel_offset();
     modelName = name;
+    orderB = dynamic_cast<const RPC00B*>(rpc.get()) != nullptr;
+    const std::vector<double>* lists[4] = {&rpc->LINE_NUM_COEFF, &rpc->LINE_DEN_COEFF,
+                                           &rpc->SAMP_NUM_COEFF, &rpc->SAMP_DEN_COEFF};
+    for (size_t k = 0; k < 4; ++k) {
+        for (size_t i = 0; i < quadCoefficients.size() && i < lists[k]->size(); ++i) {
+            quadCoefficients[i][k] = (*lists[k])[i];
+        }
+    }
 }
 
 RPC00Model::~RPC00Model() = default;
@@ -326,17 +335,22 @@ std::string RPC00Model::getModelState() const {
     return formatState(document);
 }
 
+namespace rpct = detail_rpc_terms;
+
 void RPC00Model::forward(const double ground[3], double image[3]) const {
     const RPC00& r = *rpc;
     const double P = (ground[0] - r.LAT_OFF) / r.LAT_SCALE;
     const double L = (ground[1] - r.LONG_OFF) / r.LONG_SCALE;
     const double H = (ground[2] - r.HEIGHT_OFF) / r.HEIGHT_SCALE;
-    const double ln = r.value(P, L, H, r.LINE_NUM_COEFF.data());
-    const double ld = r.value(P, L, H, r.LINE_DEN_COEFF.data());
-    const double sn = r.value(P, L, H, r.SAMP_NUM_COEFF.data());
-    const double sd = r.value(P, L, H, r.SAMP_DEN_COEFF.data());
-    image[1] = ln / ld * r.LINE_SCALE + r.LINE_OFF + pixelOffset;
-    image[0] = sn / sd * r.SAMP_SCALE + r.SAMP_OFF + pixelOffset;
+    double t[rpct::kTermCount];
+    if (orderB) {
+        rpct::termsB(P, L, H, t);
+    } else {
+        rpct::termsA(P, L, H, t);
+    }
+    const rpct::Quad sums = rpct::dot4(t, quadCoefficients);
+    image[1] = sums[0] / sums[1] * r.LINE_SCALE + r.LINE_OFF + pixelOffset;
+    image[0] = sums[2] / sums[3] * r.SAMP_SCALE + r.SAMP_OFF + pixelOffset;
     image[2] = ground[2];
 }
 
@@ -349,33 +363,47 @@ void RPC00Model::inverse(const double image[3], double ground[3], double desired
     const double H = (image[2] - r.HEIGHT_OFF) / r.HEIGHT_SCALE;
     const double lineTolerance = desiredPrecision / r.LINE_SCALE;
     const double sampTolerance = desiredPrecision / r.SAMP_SCALE;
-    const double* lnc = r.LINE_NUM_COEFF.data();
-    const double* ldc = r.LINE_DEN_COEFF.data();
-    const double* snc = r.SAMP_NUM_COEFF.data();
-    const double* sdc = r.SAMP_DEN_COEFF.data();
+    double t[rpct::kTermCount];
+    rpct::Quad dP{};
+    rpct::Quad dL{};
     double P = 0.0;
     double L = 0.0;
     int i = 0;
     for (;;) {
-        const double ln = r.value(P, L, H, lnc);
-        const double ld = r.value(P, L, H, ldc);
-        const double sn = r.value(P, L, H, snc);
-        const double sd = r.value(P, L, H, sdc);
-        const double dl = targetLine - ln / ld;
-        const double ds = targetSamp - sn / sd;
+        if (orderB) {
+            rpct::termsB(P, L, H, t);
+        } else {
+            rpct::termsA(P, L, H, t);
+        }
+        const rpct::Quad sums = rpct::dot4(t, quadCoefficients);
+        const double ld = sums[1];
+        const double sd = sums[3];
+        const double lq = sums[0] / ld;
+        const double sq = sums[2] / sd;
+        const double dl = targetLine - lq;
+        const double ds = targetSamp - sq;
         if (achievedPrecision != nullptr) {
             *achievedPrecision = (ds + dl) * 0.5;
         }
         if (std::fabs(dl) < lineTolerance && std::fabs(ds) < sampTolerance) {
             break;
         }
-        const double lP = (r.dLat(P, L, H, lnc) * ld - ln * r.dLat(P, L, H, ldc)) / (ld * ld);
-        const double lL = (r.dLon(P, L, H, lnc) * ld - ln * r.dLon(P, L, H, ldc)) / (ld * ld);
-        const double sP = (r.dLat(P, L, H, snc) * sd - sn * r.dLat(P, L, H, sdc)) / (sd * sd);
-        const double sL = (r.dLon(P, L, H, snc) * sd - sn * r.dLon(P, L, H, sdc)) / (sd * sd);
-        const double det = sP * lL - sL * lP;
-        P += (ds * lL - dl * sL) / det;
-        L += (dl * sP - ds * lP) / det;
+        if (orderB) {
+            rpct::slopes4B(t, quadCoefficients, dP, dL);
+        } else {
+            rpct::slopes4A(t, quadCoefficients, dP, dL);
+        }
+        // The quotient rule, (N' D - N D') / D^2, as (N' - (N / D) D') / D: one division less
+        // per derivative on the path that every point takes several times.
+        const double ild = 1.0 / ld;
+        const double isd = 1.0 / sd;
+        const double lP = (dP[0] - lq * dP[1]) * ild;
+        const double lL = (dL[0] - lq * dL[1]) * ild;
+        const double sP = (dP[2] - sq * dP[3]) * isd;
+        const double sL = (dL[2] - sq * dL[3]) * isd;
+        const double idet = 1.0 / (sP * lL - sL * lP);
+        P += (ds * lL - dl * sL) * idet;
+        L += (dl * sP - ds * lP) * idet;
         i += 1;
         if (i >= maxIterations) {
             break;

@@ -71,7 +71,7 @@ std::optional<int32_t> sensorPosition(const std::wstring& key) {
 }
 
 // "[!]plugin:model" as (enabled, plugin, model); anything but two parts gives empty names.
-std::tuple<bool, std::wstring, std::wstring> parseEntry(std::wstring text) {
+std::tuple<bool, std::wstring, std::wstring> parseEntry(const std::wstring& text) {
     bool enabled = true;
     const size_t colon = text.find(L':');
     if (colon == std::wstring::npos || text.find(L':', colon + 1) != std::wstring::npos) {

@@ -7,6 +7,8 @@
 #include <optional>
 #include <stdexcept>
 
+#include "sensors/RPC00Terms.h"
+#include "sensors/SupportData.h"
 #include "tessel/core/Options.h"
 #include "tessel/file/NITFFileContext.h"
 #include "tessel/platform/geo/gx.h"
@@ -18,57 +20,14 @@ const std::string RPC_B_MODEL_NAME = "VEXA_RPC_B";
 
 namespace detail_rpc_model {
 
+using namespace detail_support;
+
 constexpr const char* kRpcClass = "VEXASensors::RPC00Model::";
 constexpr double kLocusEpsilon = 1.1920928955078125e-07;
 constexpr size_t kCoefficientCount = 20;
 
 std::string treNameFor(const std::string& modelName) {
     return modelName == RPC_B_MODEL_NAME ? "RPC00B" : "RPC00A";
-}
-
-[[noreturn]] void failAndThrow(const RPC00FailSink& fail, const std::string& message) {
-    if (fail) {
-        fail(message);
-    }
-    throw already_logged();
-}
-
-// A number as JSON gives it, or text read without regard to the locale after one leading
-// plus sign; empty text is 0.
-double readScalar(const nlohmann::json& value, const RPC00FailSink& fail) {
-    if (value.is_number()) {
-        return value.get<double>();
-    }
-    if (!value.is_string()) {
-        failAndThrow(fail, fmt::format("'{}' is not a number", value.dump()));
-    }
-    const std::string& text = value.get_ref<const std::string&>();
-    if (text.empty()) {
-        return 0.0;
-    }
-    std::string_view digits(text);
-    if (digits.front() == '+') {
-        digits.remove_prefix(1);
-    }
-    double result = 0.0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), result);
-    if (error != std::errc() || end != digits.data() + digits.size() || digits.empty()) {
-        failAndThrow(fail, fmt::format("'{}' is not a number", text));
-    }
-    return result;
-}
-
-const nlohmann::json& member(const nlohmann::json& object, const char* key,
-                             const RPC00FailSink& fail) {
-    if (!object.is_object()) {
-        failAndThrow(fail,
-                     fmt::format("Not an object ({}) looking for '{}'", object.type_name(), key));
-    }
-    const auto it = object.find(key);
-    if (it == object.end()) {
-        failAndThrow(fail, fmt::format("{} '{}' not found", "Key", key));
-    }
-    return *it;
 }
 
 // An array, or one object, string or number standing for a list of one. The polynomial
@@ -78,10 +37,10 @@ std::vector<double> readCoefficients(const nlohmann::json& value, const RPC00Fai
     if (value.is_array()) {
         result.reserve(std::max(value.size(), kCoefficientCount));
         for (const auto& element : value) {
-            result.push_back(readScalar(element, fail));
+            result.push_back(readNumber(element, fail));
         }
     } else if (value.is_object() || value.is_string() || value.is_number()) {
-        result.push_back(readScalar(value, fail));
+        result.push_back(readNumber(value, fail));
     } else {
         failAndThrow(fail, fmt::format("Type must be array, but is {}", value.type_name()));
     }
@@ -89,53 +48,6 @@ std::vector<double> readCoefficients(const nlohmann::json& value, const RPC00Fai
         result.resize(kCoefficientCount, 0.0);
     }
     return result;
-}
-
-std::string readSuccess(const nlohmann::json& value) {
-    return value.is_string() ? value.get<std::string>() : value.dump();
-}
-
-// The header members from `lookup`, which gives nothing for a missing member; a missing one
-// is reported and stands as "UNKNOWN". The counts stay at 1 when their text doesn't parse.
-StateHeader readHeader(const std::function<std::optional<std::string>(const char*)>& lookup,
-                       const RPC00FailSink& fail) {
-    const auto text = [&](const char* key) -> std::string {
-        std::optional<std::string> value = lookup(key);
-        if (!value) {
-            if (fail) {
-                fail(std::string("Image parameter not found: ") + key);
-            }
-            return "UNKNOWN";
-        }
-        std::erase(*value, '"');
-        return *value;
-    };
-    const auto count = [&](const char* key) {
-        const std::string value = text(key);
-        int32_t parsed = 1;
-        const auto [end, error] =
-            std::from_chars(value.data(), value.data() + value.size(), parsed);
-        return error == std::errc() ? parsed : 1;
-    };
-    StateHeader header;
-    header.IID2 = text("IID2");
-    header.IDATIM = text("IDATIM");
-    header.NROWS = count("NROWS");
-    header.NCOLS = count("NCOLS");
-    return header;
-}
-
-// The header members of a state document.
-StateHeader readHeader(const nlohmann::json& document, const RPC00FailSink& fail) {
-    return readHeader(
-        [&](const char* key) -> std::optional<std::string> {
-            const auto it = document.is_object() ? document.find(key) : document.end();
-            if (!document.is_object() || it == document.end()) {
-                return std::nullopt;
-            }
-            return it->is_string() ? it->get<std::string>() : it->dump();
-        },
-        fail);
 }
 
 bool knownModelName(const std::string& name) {
@@ -154,6 +66,7 @@ void normalise(csm::EcefVector& v) {
 }  // namespace detail_rpc_model
 
 namespace rpcm = detail_rpc_model;
+namespace rpcs = detail_support;
 
 std::unique_ptr<RPC00> RPC00Model::readRecord(const nlohmann::json& object,
                                               const std::string& treName,
@@ -165,9 +78,9 @@ std::unique_ptr<RPC00> RPC00Model::readRecord(const nlohmann::json& object,
         record = std::make_unique<RPC00A>();
     }
     const auto scalar = [&](const char* key) {
-        return rpcm::readScalar(rpcm::member(object, key, fail), fail);
+        return rpcs::readNumber(rpcs::memberOf(object, key, fail), fail);
     };
-    record->SUCCESS = rpcm::readSuccess(rpcm::member(object, "SUCCESS", fail));
+    record->SUCCESS = rpcs::readText(rpcs::memberOf(object, "SUCCESS", fail));
     record->ERR_BIAS = scalar("ERR_BIAS");
     record->ERR_RAND = scalar("ERR_RAND");
     record->LINE_OFF = scalar("LINE_OFF");
@@ -181,7 +94,7 @@ std::unique_ptr<RPC00> RPC00Model::readRecord(const nlohmann::json& object,
     record->LONG_SCALE = scalar("LONG_SCALE");
     record->HEIGHT_SCALE = scalar("HEIGHT_SCALE");
     const auto coefficients = [&](const char* key) {
-        return rpcm::readCoefficients(rpcm::member(object, key, fail), fail);
+        return rpcm::readCoefficients(rpcs::memberOf(object, key, fail), fail);
     };
     record->LINE_NUM_COEFF = coefficients("LINE_NUM_COEFF");
     record->LINE_DEN_COEFF = coefficients("LINE_DEN_COEFF");
@@ -205,34 +118,19 @@ std::unique_ptr<RPC00Model> makeModel(std::unique_ptr<RPC00> record, const State
     return std::make_unique<RPC00Model>(std::move(record), header, props, name);
 }
 
-// Wraps a read so that its failures end in a null model, never an exception.
-template <typename Read>
-std::unique_ptr<RPC00Model> guarded(const RPC00FailSink& fail, Read&& read) {
-    try {
-        return read();
-    } catch (const already_logged&) {
-        return nullptr;
-    } catch (const std::exception& e) {
-        if (fail) {
-            fail(e.what());
-        }
-        return nullptr;
-    }
-}
-
 }  // namespace detail_rpc_model
 
 std::unique_ptr<RPC00Model> RPC00Model::fromDocument(const nlohmann::json& document,
                                                      const std::string& name,
                                                      const RPC00FailSink& fail) {
-    return rpcm::guarded(fail, [&]() -> std::unique_ptr<RPC00Model> {
+    return rpcs::guardedConstruction<RPC00Model>(fail, [&]() -> std::unique_ptr<RPC00Model> {
         if (!rpcm::knownModelName(name)) {
-            rpcm::failAndThrow(fail, "Modelname not supported");
+            rpcs::failAndThrow(fail, "Modelname not supported");
         }
         const std::string treName = rpcm::treNameFor(name);
         const PropertyMap props = loadProperties(document);
-        const StateHeader header = rpcm::readHeader(document, fail);
-        const nlohmann::json& object = rpcm::member(document, treName.c_str(), fail);
+        const StateHeader header = rpcs::readHeader(document, fail);
+        const nlohmann::json& object = rpcs::memberOf(document, treName, fail);
         return rpcm::makeModel(readRecord(object, treName, fail), header, props, name, fail);
     });
 }
@@ -240,27 +138,16 @@ std::unique_ptr<RPC00Model> RPC00Model::fromDocument(const nlohmann::json& docum
 std::unique_ptr<RPC00Model> RPC00Model::fromFile(const Tessel::NITFFileContext& file,
                                                  const std::string& name,
                                                  const RPC00FailSink& fail) {
-    return rpcm::guarded(fail, [&]() -> std::unique_ptr<RPC00Model> {
+    return rpcs::guardedConstruction<RPC00Model>(fail, [&]() -> std::unique_ptr<RPC00Model> {
         if (!rpcm::knownModelName(name)) {
-            rpcm::failAndThrow(fail, "Modelname not supported");
+            rpcs::failAndThrow(fail, "Modelname not supported");
         }
         const std::string treName = rpcm::treNameFor(name);
-        const StateHeader header = rpcm::readHeader(
-            [&](const char* key) -> std::optional<std::string> {
-                // A fallback that no field holds tells a missing field from a blank one.
-                const std::string missing(1, '\x01');
-                std::string value = file.getPathString(std::string("/Image/") + key, missing);
-                if (value == missing) {
-                    return std::nullopt;
-                }
-                return value;
-            },
-            fail);
-        if (file.getPathString("/TRE/" + treName + "/_exists", "").empty()) {
-            rpcm::failAndThrow(fail, "Could not find a " + treName + " TRE");
+        const StateHeader header = rpcs::readHeader(file, fail);
+        if (!rpcs::fileHasTre(file, treName)) {
+            rpcs::failAndThrow(fail, "Could not find a " + treName + " TRE");
         }
-        const nlohmann::json object = nlohmann::json::parse(
-            file.getPathString("/TRE/" + treName + "/?JSON", ""), nullptr, false);
+        const nlohmann::json object = rpcs::treDocument(file, treName);
         return rpcm::makeModel(readRecord(object, treName, fail), header, {}, name, fail);
     });
 }
@@ -276,6 +163,14 @@ RPC00Model::RPC00Model(std::unique_ptr<RPC00> record, const StateHeader& header,
     addMarkerParameter();
     pixelOffset = Tessel::s_opt_vexa_rpc_pixel_offset();
     modelName = name;
+    orderB = dynamic_cast<const RPC00B*>(rpc.get()) != nullptr;
+    const std::vector<double>* lists[4] = {&rpc->LINE_NUM_COEFF, &rpc->LINE_DEN_COEFF,
+                                           &rpc->SAMP_NUM_COEFF, &rpc->SAMP_DEN_COEFF};
+    for (size_t k = 0; k < 4; ++k) {
+        for (size_t i = 0; i < quadCoefficients.size() && i < lists[k]->size(); ++i) {
+            quadCoefficients[i][k] = (*lists[k])[i];
+        }
+    }
 }
 
 RPC00Model::~RPC00Model() = default;
@@ -326,17 +221,22 @@ std::string RPC00Model::getModelState() const {
     return formatState(document);
 }
 
+namespace rpct = detail_rpc_terms;
+
 void RPC00Model::forward(const double ground[3], double image[3]) const {
     const RPC00& r = *rpc;
     const double P = (ground[0] - r.LAT_OFF) / r.LAT_SCALE;
     const double L = (ground[1] - r.LONG_OFF) / r.LONG_SCALE;
     const double H = (ground[2] - r.HEIGHT_OFF) / r.HEIGHT_SCALE;
-    const double ln = r.value(P, L, H, r.LINE_NUM_COEFF.data());
-    const double ld = r.value(P, L, H, r.LINE_DEN_COEFF.data());
-    const double sn = r.value(P, L, H, r.SAMP_NUM_COEFF.data());
-    const double sd = r.value(P, L, H, r.SAMP_DEN_COEFF.data());
-    image[1] = ln / ld * r.LINE_SCALE + r.LINE_OFF + pixelOffset;
-    image[0] = sn / sd * r.SAMP_SCALE + r.SAMP_OFF + pixelOffset;
+    double t[rpct::kTermCount];
+    if (orderB) {
+        rpct::termsB(P, L, H, t);
+    } else {
+        rpct::termsA(P, L, H, t);
+    }
+    const rpct::Quad sums = rpct::dot4(t, quadCoefficients);
+    image[1] = sums[0] / sums[1] * r.LINE_SCALE + r.LINE_OFF + pixelOffset;
+    image[0] = sums[2] / sums[3] * r.SAMP_SCALE + r.SAMP_OFF + pixelOffset;
     image[2] = ground[2];
 }
 
@@ -349,33 +249,47 @@ void RPC00Model::inverse(const double image[3], double ground[3], double desired
     const double H = (image[2] - r.HEIGHT_OFF) / r.HEIGHT_SCALE;
     const double lineTolerance = desiredPrecision / r.LINE_SCALE;
     const double sampTolerance = desiredPrecision / r.SAMP_SCALE;
-    const double* lnc = r.LINE_NUM_COEFF.data();
-    const double* ldc = r.LINE_DEN_COEFF.data();
-    const double* snc = r.SAMP_NUM_COEFF.data();
-    const double* sdc = r.SAMP_DEN_COEFF.data();
+    double t[rpct::kTermCount];
+    rpct::Quad dP{};
+    rpct::Quad dL{};
     double P = 0.0;
     double L = 0.0;
     int i = 0;
     for (;;) {
-        const double ln = r.value(P, L, H, lnc);
-        const double ld = r.value(P, L, H, ldc);
-        const double sn = r.value(P, L, H, snc);
-        const double sd = r.value(P, L, H, sdc);
-        const double dl = targetLine - ln / ld;
-        const double ds = targetSamp - sn / sd;
+        if (orderB) {
+            rpct::termsB(P, L, H, t);
+        } else {
+            rpct::termsA(P, L, H, t);
+        }
+        const rpct::Quad sums = rpct::dot4(t, quadCoefficients);
+        const double ld = sums[1];
+        const double sd = sums[3];
+        const double lq = sums[0] / ld;
+        const double sq = sums[2] / sd;
+        const double dl = targetLine - lq;
+        const double ds = targetSamp - sq;
         if (achievedPrecision != nullptr) {
             *achievedPrecision = (ds + dl) * 0.5;
         }
         if (std::fabs(dl) < lineTolerance && std::fabs(ds) < sampTolerance) {
             break;
         }
-        const double lP = (r.dLat(P, L, H, lnc) * ld - ln * r.dLat(P, L, H, ldc)) / (ld * ld);
-        const double lL = (r.dLon(P, L, H, lnc) * ld - ln * r.dLon(P, L, H, ldc)) / (ld * ld);
-        const double sP = (r.dLat(P, L, H, snc) * sd - sn * r.dLat(P, L, H, sdc)) / (sd * sd);
-        const double sL = (r.dLon(P, L, H, snc) * sd - sn * r.dLon(P, L, H, sdc)) / (sd * sd);
-        const double det = sP * lL - sL * lP;
-        P += (ds * lL - dl * sL) / det;
-        L += (dl * sP - ds * lP) / det;
+        if (orderB) {
+            rpct::slopes4B(t, quadCoefficients, dP, dL);
+        } else {
+            rpct::slopes4A(t, quadCoefficients, dP, dL);
+        }
+        // The quotient rule, (N' D - N D') / D^2, as (N' - (N / D) D') / D: one division less
+        // per derivative on the path that every point takes several times.
+        const double ild = 1.0 / ld;
+        const double isd = 1.0 / sd;
+        const double lP = (dP[0] - lq * dP[1]) * ild;
+        const double lL = (dL[0] - lq * dL[1]) * ild;
+        const double sP = (dP[2] - sq * dP[3]) * isd;
+        const double sL = (dL[2] - sq * dL[3]) * isd;
+        const double idet = 1.0 / (sP * lL - sL * lP);
+        P += (ds * lL - dl * sL) * idet;
+        L += (dl * sP - ds * lP) * idet;
         i += 1;
         if (i >= maxIterations) {
             break;

@@ -44,6 +44,10 @@ std::string RasterGM::getFamily() const {
 }
 
 csm::Version RasterGM::getVersion() const {
+    return configuredVersion();
+}
+
+csm::Version configuredVersion() {
     const int major = versionComponent(L"VersionMajor");
     const int minor = versionComponent(L"VersionMinor");
     const int patch = versionComponent(L"VersionPatch");

@@ -2,6 +2,7 @@
 // Image-to-ground and ground-to-image geometry from rational polynomial coefficients
 // (RPC00A or RPC00B support data).
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <string>
@@ -166,6 +167,11 @@ private:
     std::string referenceDateAndTime;
     int32_t numRows = 1;
     int32_t numCols = 1;
+    // The record's term order, fixed at construction, so that a point costs no virtual call.
+    bool orderB = false;
+    // The four coefficient lists side by side, term by term (line numerator, line
+    // denominator, sample numerator, sample denominator).
+    std::array<std::array<double, 4>, 20> quadCoefficients{};
 };
 
 }  // namespace VEXASensors

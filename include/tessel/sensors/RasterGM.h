@@ -117,6 +117,10 @@ private:
 // model from any other plug-in.
 RasterGM* findVexaRasterGM(csm::RasterGM* model);
 
+// The version of this library's models, from the properties "VersionMajor", "VersionMinor"
+// and "VersionPatch" of the section "RasterSensors".
+csm::Version configuredVersion();
+
 // What an operation that no model of this library provides throws.
 [[noreturn]] void throwNotImplemented();
 // The failure of the parameter, covariance and correction-switch family.

@@ -1,0 +1,12 @@
+#pragma once
+// Each function forgets the cached enable option of one model family, so that the next use
+// reads "Preferences" again. vexa_igeolo_reset also drops the factory table of
+// RasterSensorFactory.
+
+extern "C" {
+void vexa_igeolo_reset();
+void vexa_blocka_reset();
+void vexa_cscrna_reset();
+void vexa_rpc00_reset();
+void vexa_rsm_reset();
+}

@@ -1,9 +1,7 @@
 #include "PyValues.h"
 
-#include <charconv>
-#include <cstdio>
-
 #include "PyErrors.h"
+#include "plugins/support/JsonEscapes.h"
 #include "tessel/platform/base/text.h"
 
 namespace py = pybind11;
@@ -43,38 +41,10 @@ py::object pythonValue(const any_type::value& value) {
     }
 }
 
-std::string standardEscapes(const std::string& json) {
-    std::string out;
-    out.reserve(json.size());
-    for (size_t i = 0; i < json.size(); ++i) {
-        if (json[i] != '\\' || i + 1 >= json.size()) {
-            out += json[i];
-            continue;
-        }
-        if (json[i + 1] == 'u' && i + 5 < json.size() && json[i + 2] == '-') {
-            int magnitude = 0;
-            const char* first = json.data() + i + 3;
-            const auto [end, error] = std::from_chars(first, first + 3, magnitude, 16);
-            if (error == std::errc() && end == first + 3 && magnitude > 0 && magnitude <= 128) {
-                char escape[8];
-                std::snprintf(escape, sizeof escape, "\\u%04x", 256 - magnitude);
-                out += escape;
-                i += 5;
-                continue;
-            }
-        }
-        // Any other escape is copied whole, so that "\\u-" stays an escaped backslash.
-        out += json[i];
-        out += json[i + 1];
-        ++i;
-    }
-    return out;
-}
-
 py::object pythonTree(const std::string& json) {
     const py::object loads = py::module_::import("json").attr("loads");
     try {
-        return loads(pythonText(standardEscapes(json)));
+        return loads(pythonText(tessel_bindings::standardEscapes(json)));
     } catch (const py::error_already_set& error) {
         throw TesselError(std::string("the metadata isn't readable as JSON: ") + error.what());
     }

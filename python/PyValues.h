@@ -19,7 +19,4 @@ pybind11::object pythonValue(const any_type::value& value);
 // negative escapes ("\u-0XX") become the characters of those byte values.
 pybind11::object pythonTree(const std::string& json);
 
-// "\u-0XX" escapes turned into the standard "\u00YY" form of the same byte value.
-std::string standardEscapes(const std::string& json);
-
 }  // namespace tessel_python

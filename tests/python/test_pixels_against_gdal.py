@@ -21,14 +21,14 @@ from conftest import corpus_files, fixture_files
 
 
 def gdal_datasets(gdal, path):
-    """GDAL's dataset of each image of a file, in image order."""
-    dataset = gdal.Open(str(path))
+    """GDAL's own NITF driver's dataset of each image of a file, in image order."""
+    dataset = gdal.OpenEx(str(path), gdal.OF_RASTER, allowed_drivers=["NITF"])
     subdatasets = dataset.GetMetadata("SUBDATASETS") or {}
     names = [subdatasets[key] for key in sorted(subdatasets, key=lambda k: int(k.split("_")[1]))
              if key.endswith("_NAME")]
     if not names:
         return [dataset]
-    return [gdal.Open(name) for name in names]
+    return [gdal.OpenEx(name, gdal.OF_RASTER, allowed_drivers=["NITF"]) for name in names]
 
 
 def gdal_pixels(dataset):
@@ -144,7 +144,8 @@ def test_pyramid_levels_equal_gdals_overviews(gdal):
     compared = 0
     for path in files:
         image = tessel.open(str(path)).image(0)
-        dataset = gdal.Open(str(path))  # a band lives only while its dataset does
+        # A band lives only while its dataset does.
+        dataset = gdal.OpenEx(str(path), gdal.OF_RASTER, allowed_drivers=["NITF"])
         band = dataset.GetRasterBand(1)
         for level in range(1, min(image.levels, band.GetOverviewCount()) + 1):
             overview = band.GetOverview(level - 1)

@@ -40,10 +40,11 @@ def rpc_files(sample_file):
 
 
 def gdal_rpc(gdal, path):
-    dataset = gdal.Open(str(path))
+    dataset = gdal.OpenEx(str(path), gdal.OF_RASTER, allowed_drivers=["NITF"])
     subdatasets = dataset.GetMetadata("SUBDATASETS")
     if subdatasets:
-        dataset = gdal.Open(subdatasets["SUBDATASET_1_NAME"])
+        dataset = gdal.OpenEx(subdatasets["SUBDATASET_1_NAME"], gdal.OF_RASTER,
+                              allowed_drivers=["NITF"])
     return dataset.GetMetadata("RPC")
 
 

@@ -209,3 +209,19 @@ def test_a_file_that_is_not_nitf_is_refused(plugin, tmp_path):
     other.write_bytes(b"NITF02.10" + bytes(40))  # the signature, then nothing that parses
     with pytest.raises(RuntimeError):
         plugin.OpenEx(str(other), plugin.OF_RASTER, allowed_drivers=["TESSEL"])
+
+
+def test_truncated_files_fail_or_read_but_never_crash(plugin, sample_file, tmp_path):
+    data = sample_file.read_bytes()
+    for length in (4, 300, len(data) // 3, len(data) // 2, len(data) - 5):
+        cut = tmp_path / f"cut{length}.ntf"
+        cut.write_bytes(data[:length])
+        try:
+            dataset = plugin.OpenEx(str(cut), plugin.OF_RASTER, allowed_drivers=["TESSEL"])
+        except RuntimeError as error:
+            assert str(error)
+            continue
+        try:
+            dataset.ReadAsArray()
+        except RuntimeError as error:
+            assert str(error)

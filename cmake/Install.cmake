@@ -3,6 +3,12 @@ include(CMakePackageConfigHelpers)
 # The public headers need C++20; say so to targets that link the installed package.
 target_compile_features(tessel PUBLIC cxx_std_20)
 
+# Installed programs find the library beside them by a path relative to their own folder
+# (tessel_relative_rpath), so that an install into any prefix runs without LD_LIBRARY_PATH.
+set_target_properties(tessel PROPERTIES INSTALL_RPATH "$ORIGIN")
+tessel_relative_rpath(tessel_cli_rpath ${CMAKE_INSTALL_BINDIR})
+set_target_properties(tessel_cli PROPERTIES INSTALL_RPATH "${tessel_cli_rpath}")
+
 install(TARGETS tessel tessel_csm EXPORT TesselTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}

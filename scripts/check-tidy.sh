@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# Runs clang-tidy (profile in .clang-tidy) over the library and the command-line tool;
-# fails on any finding. Needs a configured build with compile_commands.json; in a unity
-# build it checks each batch, whose sources the header filter reports as its own.
+# Runs clang-tidy (profile in .clang-tidy) over the library, the command-line tool, the
+# Python module and the GDAL plugin; fails on any finding. Needs a configured build with
+# compile_commands.json; in a unity build it checks each batch, whose sources the header
+# filter reports as its own.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${1:-build/asan}"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 build="$(cd "$build" && pwd)"
-sources="^$PWD/(core|file|io|image|tables|paths|products|sensors|platform|tools)/"
+sources="^$PWD/(core|file|io|image|tables|paths|products|sensors|platform|tools|python|plugins)/"
 batches="^$build/(tools/)?unity/(tessel|tessel_cli)/"
 checked=$(python3 -c 'import json, re, sys
 entries = json.load(open(sys.argv[1] + "/compile_commands.json"))

@@ -11,6 +11,7 @@ packages=(
   libtiff-dev libpng-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   gdal-bin python3-gdal python3 libopenjp2-tools
+  pybind11-dev python3-numpy python3-pytest libgdal-dev
 )
 
 missing=()

@@ -15,7 +15,7 @@ endif()
 
 set(WORK_DIR ${BUILD_DIR}/package_consumer)
 set(INSTALL_DIR ${WORK_DIR}/install)
-set(EXPECTED_OUTPUT "C8 -> 8 C8\nM8 masked: yes\n")
+set(EXPECTED_OUTPUT "C8 -> 8 C8\nM8 masked: yes\nRPC model: VEXA_RPC_B\n")
 
 # Runs a command; stops the test with its output when it fails. The output is
 # left in <prefix>_OUTPUT in the caller's scope.
@@ -81,7 +81,17 @@ foreach(header IN LISTS source_headers)
   require_file(${INSTALL_DIR}/include/${header})
 endforeach()
 
-# 2. find_package consumer.
+# 2. The installed command finds its library from the prefix alone: no LD_LIBRARY_PATH.
+read_build_cache(CMAKE_INSTALL_BINDIR)
+set(INSTALLED_TOOL ${INSTALL_DIR}/${CMAKE_INSTALL_BINDIR}/tessel)
+require_file(${INSTALLED_TOOL})
+run_checked(TOOL "running the installed tessel"
+  ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH ${INSTALLED_TOOL} version)
+if(NOT TOOL_OUTPUT MATCHES "^tessel [0-9]+\\.[0-9]+\\.[0-9]+")
+  message(FATAL_ERROR "the installed tessel printed '${TOOL_OUTPUT}' for its version")
+endif()
+
+# 3. find_package consumer.
 set(CONSUMER_BUILD ${WORK_DIR}/cmake-consumer)
 run_checked(CONFIGURE "configuring the find_package consumer"
   ${CMAKE_COMMAND} -S ${SOURCE_DIR}/consumer -B ${CONSUMER_BUILD} -G ${GENERATOR}
@@ -97,7 +107,7 @@ run_checked(BUILD "building the find_package consumer" ${CMAKE_COMMAND} --build 
 run_checked(CMAKE_CONSUMER "running the find_package consumer" ${CONSUMER_BUILD}/consumer)
 check_output("the find_package consumer" "${CMAKE_CONSUMER_OUTPUT}")
 
-# 3. pkg-config consumer.
+# 4. pkg-config consumer.
 find_program(PKG_CONFIG_EXECUTABLE NAMES pkg-config pkgconf REQUIRED)
 set(ENV{PKG_CONFIG_PATH} ${LIB_DIR}/pkgconfig)
 run_checked(PKG "asking pkg-config for tessel"

@@ -10,9 +10,14 @@ corners lie far from the record's centre), the forward comparison still has
 "ground_points": [lon, lat, height, pixel, line, ok], a grid over the record's ground
 extent (offset plus or minus scale) with GDAL's image position of each.
 All points of a file come from this one run.
+
+With a third argument OUT, the two point lists go to OUT.points and OUT.ground instead, as
+little-endian float64 rows (NaN for a failed value, 1 and 0 for the flags), and the JSON
+holds only their row counts: a reader then needn't parse megabytes of text.
 """
 import json
 import math
+import struct
 import sys
 
 from osgeo import gdal
@@ -57,8 +62,21 @@ def main():
         image, image_ok = transformer.TransformPoints(1, [(x, y, 0.0) for x, y in ground_grid])
         for k, (x, y) in enumerate(ground_grid):
             ground_points.append(finite([x, y, h, image[k][0], image[k][1], bool(image_ok[k])]))
-    print(json.dumps({"width": width, "height": rows, "heights": heights, "points": points,
-                      "ground_points": ground_points}))
+    summary = {"width": width, "height": rows, "heights": heights}
+    if len(sys.argv) > 3:
+        write_rows(sys.argv[3] + ".points", points)
+        write_rows(sys.argv[3] + ".ground", ground_points)
+        summary.update({"point_rows": len(points), "ground_rows": len(ground_points)})
+    else:
+        summary.update({"points": points, "ground_points": ground_points})
+    print(json.dumps(summary))
+
+
+def write_rows(path, rows):
+    with open(path, "wb") as out:
+        for row in rows:
+            values = [math.nan if v is None else float(v) for v in row]
+            out.write(struct.pack("<%dd" % len(values), *values))
 
 
 if __name__ == "__main__":

@@ -1,3 +1,4 @@
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -73,6 +74,9 @@ public:
         {
             lumo_concurrency::track_span span(5, "Read");
             const uint64_t offset = uint64_t{row} * blockBytes_ + imageStart_;
+            // A failed read may leave parts of the strip unwritten: they hold zeros, never
+            // an earlier tile's bytes.
+            std::memset(buffer, 0, blockBytes_);
             auto done = IOPool::Read(IOSource::Create(uri_), offset, blockBytes_, buffer);
             try {
                 IOPool::Await(done);

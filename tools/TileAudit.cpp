@@ -83,9 +83,10 @@ int reportTiles(const std::string& command, const TileAudit& audit, bool allowed
     for (const auto& [reason, count] : audit.reasons) {
         reasons += (reasons.empty() ? "" : ", ") + std::to_string(count) + " " + reason;
     }
-    std::fprintf(stderr, "tessel %s: %llu of %llu tiles not decoded (%s)%s\n", command.c_str(),
-                 static_cast<unsigned long long>(audit.failed + audit.blank),
-                 static_cast<unsigned long long>(audit.tiles), reasons.c_str(),
+    const std::string notDecoded = std::to_string(audit.failed + audit.blank);
+    const std::string tiles = std::to_string(audit.tiles);
+    std::fprintf(stderr, "tessel %s: %s of %s tiles not decoded (%s)%s\n", command.c_str(),
+                 notDecoded.c_str(), tiles.c_str(), reasons.c_str(),
                  allowed ? ""
                          : "; their pixels are fill (0xFF when failed); "
                            "--allow-failed-tiles accepts that");

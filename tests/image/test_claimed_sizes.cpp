@@ -225,3 +225,35 @@ TEST_F(ClaimedSizes, SanitizerHooksWatchAllocations) {
     const std::vector<uint8_t> big(size_t{1} << 22, 1);
     EXPECT_GE(watch.largest(), big.size());
 }
+
+TEST_F(ClaimedSizes, ComplexImageClaimingHundredMillionColumnsMakesNoStripOfThatSize) {
+    // The form of a complex image: one block of two interleaved bands in IMODE P.
+    image_test::ImageLayout layout;
+    layout.rows = 5;
+    layout.cols = 99999999;
+    layout.nppbh = 5;
+    layout.nppbv = 5;
+    layout.imode = "P";
+    layout.pvtype = "SI";
+    layout.nbpp = 16;
+    layout.abpp = 16;
+    layout.irep = "NODISPLY";
+    layout.icat = "SAR";
+    layout.bands = {image_test::band("I"), image_test::band("Q")};
+    layout.data = std::string(100, '\x01');
+    const auto path = dir_.path() / "complex.ntf";
+    image_test::ImageFileBuilder().add(layout).write(path);
+    LargestAllocation watch;
+    try {
+        auto opened = image_test::openImage(path);
+        if (opened.image) {
+            std::vector<uint8_t> block;
+            opened->readBlock(0, 0, 0, block);
+        }
+    } catch (const std::exception&) {
+        // Refusing the image is a fine answer; a strip of 400 MB is not.
+    }
+    if (watch.available()) {
+        EXPECT_LT(watch.largest(), kClaimAllocationLimit);
+    }
+}

@@ -23,6 +23,16 @@ std::wstring fileNameOf(std::string_view name) {
     return wide;
 }
 
+// Descriptions are named by tags and segment names: printable ASCII. A name with a path
+// separator, a dot name or bytes that aren't such text names no description file.
+bool isDescriptionName(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." &&
+           std::all_of(name.begin(), name.end(), [](char c) {
+               const auto byte = static_cast<unsigned char>(c);
+               return byte >= 0x20 && byte < 0x7F && c != '/' && c != '\\';
+           });
+}
+
 std::string readWhole(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
@@ -67,6 +77,9 @@ NITFInfo::InfoPath NITFInfo::getInfoPath(const std::string_view& path) {
 
 NITFInfo::FieldMap NITFInfo::loadField(const std::string_view& name) {
     FieldMap result;
+    if (!isDescriptionName(name)) {
+        return result;
+    }
     const std::filesystem::path file = nitf_fs::findFile(kFolder, fileNameOf(name));
     if (file.empty() || !nitf_fs::is_regular_file(file)) {
         return result;

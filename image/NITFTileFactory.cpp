@@ -43,6 +43,24 @@ uint64_t blockTableLength(NITFTileFactory::Mode mode, uint64_t blocksPerRow,
     }
 }
 
+// How many block table entries the file can hold, whatever the subheader claims: each
+// entry of a masked image has a 4-byte record in the data, a block of uncompressed samples
+// takes its bytes, and a compressed block at least one byte. The segment's data ends where
+// the file does.
+uint64_t blockTableCapacity(const NITFURI& uri, uint64_t dataOffset, uint64_t dataLength,
+                            uint64_t blockBytes, eCompressionType compression) {
+    const uint64_t fileSize = nitf_fs::file_size(uri.nativePath());
+    const uint64_t available =
+        std::min(dataLength, fileSize > dataOffset ? fileSize - dataOffset : 0);
+    if (isMasked(compression)) {
+        return available / 4;
+    }
+    if (compression == eCompressionNC && blockBytes > 0) {
+        return available / blockBytes + (available % blockBytes != 0 ? 1 : 0);
+    }
+    return available;
+}
+
 // Reads one mask (block or pad pixel) of 32-bit offsets into the table: each entry's offset
 // becomes the value plus IMDATOFF, and the sizes follow from the offsets. False when the
 // file ends first; the entries read so far stay.
@@ -90,12 +108,18 @@ NITFTileFactory::NITFTileFactory(const NITFImage* image) {
     if (mode_ == mode_none) {
         throw std::runtime_error("IMODE is not defined");
     }
-    const uint64_t entries = blockTableLength(mode_, limit_.x, limit_.y, limit_.band);
+    // The table holds the blocks the file has room for: a subheader that claims 9999 x 9999
+    // blocks of a file of a few bytes gets a table of a few entries. Blocks past its end
+    // aren't in the file.
+    const uint64_t claimed = blockTableLength(mode_, limit_.x, limit_.y, limit_.band);
+    const uint64_t capacity =
+        blockTableCapacity(uri_, dataOffset_, dataLength_, blockBytes_, fields.compression);
+    const uint64_t entries = std::min(claimed, std::max<uint64_t>(capacity, 1));
     blockTable_.reserve(entries);
     for (uint64_t i = 0; i < entries; ++i) {
         blockTable_.push_back({i * blockBytes_, blockBytes_});
     }
-    if (blockTable_.size() == 1) {
+    if (claimed == 1) {
         blockTable_.front().size = dataLength_;
     }
     if (isMasked(fields.compression)) {

@@ -21,6 +21,10 @@ public:
 
 }  // namespace
 
+bool decodesPixels(const TileFactory& factory) {
+    return dynamic_cast<const NITFTileFactory_Error*>(&factory) == nullptr;
+}
+
 std::unique_ptr<TileFactory> makeErrorTileFactory(const NITFImage* image) {
     return std::make_unique<NITFTileFactory_Error>(image);
 }

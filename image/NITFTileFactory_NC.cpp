@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -217,6 +218,10 @@ bool NITFTileFactory_NC::readTile(const tile_id& id, uint8_t* buffer) const {
             return false;
         }
         swappingCopy(element, buffer, buffer, copied, 0, 1);
+        // A block cut short ends early; the rest of the tile holds no earlier memory.
+        if (copied < blockBytes_) {
+            std::memset(buffer + copied, 0, blockBytes_ - copied);
+        }
         return true;
     }
     uint64_t size = 0;
@@ -228,6 +233,9 @@ bool NITFTileFactory_NC::readTile(const tile_id& id, uint8_t* buffer) const {
     if (size == 0) {
         size = blockLength_;
     }
+    // What a short block or an unusual sample width leaves untouched is cleared, never
+    // bytes of an earlier tile.
+    std::memset(buffer, 0, blockBytes_);
     switch (mode_) {
         case mode_B: {
             // Band after band within the block; a block cut short stops where it ends.

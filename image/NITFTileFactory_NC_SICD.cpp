@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -36,6 +38,11 @@ public:
         blockWidth_ = static_cast<uint32_t>(width_);
         blockHeight_ = stripHeight(width_ * complexBytes_, height_);
         blockBytes_ = width_ * complexBytes_ * blockHeight_;
+        // A strip is read whole from the file: one that the file can't hold comes from
+        // sizes the subheader only claims, and no buffer is made for it.
+        if (blockBytes_ > availableData()) {
+            throw std::runtime_error("Cannot Read Image.");
+        }
         limit_ = tile_id{this, 1, static_cast<uint32_t>(height_ / blockHeight_), 1};
         pixelType_ = pixelType_ == lumo_pixel::signed_integer ? lumo_pixel::complex_integer
                                                               : lumo_pixel::complex_float;
@@ -73,6 +80,9 @@ public:
         {
             lumo_concurrency::track_span span(5, "Read");
             const uint64_t offset = uint64_t{row} * blockBytes_ + imageStart_;
+            // A failed read may leave parts of the strip unwritten: they hold zeros, never
+            // an earlier tile's bytes.
+            std::memset(buffer, 0, blockBytes_);
             auto done = IOPool::Read(IOSource::Create(uri_), offset, blockBytes_, buffer);
             try {
                 IOPool::Await(done);
@@ -85,6 +95,12 @@ public:
     }
 
 private:
+    // The segment's data bytes that the file holds.
+    uint64_t availableData() const {
+        const uint64_t fileSize = nitf_fs::file_size(uri_.nativePath());
+        return std::min(dataLength_, fileSize > dataOffset_ ? fileSize - dataOffset_ : 0);
+    }
+
     // The largest proper divisor of the height whose strip stays below the limit, or 1.
     static uint32_t stripHeight(uint64_t rowBytes, uint64_t height) {
         if (height > 1) {

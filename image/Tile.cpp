@@ -41,7 +41,11 @@ void Tile::markFailed() {
 }
 
 bool Tile_Dummy::load(TileGroup& /*group*/) {
-    allocateBuffer();
+    if (!hasBuffer()) {
+        // A dummy has no content of its own: cleared, not what the buffer held before.
+        const uint64_t bytes = getFactory() != nullptr ? getFactory()->getBlockBytes() : 0;
+        std::memset(allocateBuffer(), 0, bytes);
+    }
     return true;
 }
 

@@ -79,7 +79,10 @@ void fillFromNoData(uint8_t* buffer, uint64_t bytes, const lumo_pixel::pixel& no
             }
             break;
         default:
-            break;  // no NoData: the content stays as allocated
+            // No NoData: the content is not defined, and it is cleared so that no byte of
+            // an earlier buffer reaches a reader.
+            std::memset(buffer, 0, bytes);
+            break;
     }
 }
 

@@ -173,6 +173,23 @@ std::future<std::shared_ptr<IORequest>> IOPool::Read(const std::shared_ptr<IOSou
     return future;
 }
 
+std::shared_ptr<IORequest> IOPool::ReadNow(const std::shared_ptr<IOSource>& source, size_t offset,
+                                           size_t size, uint8_t* destination) {
+    IOPool& pool = get();
+    if (!source) {
+        throw std::runtime_error("Read Failed");
+    }
+    std::shared_ptr<IORequest> request = source->CreateRequest(offset, size, destination);
+    if (request->segments.empty()) {
+        return request;  // copied from finished blocks already
+    }
+    auto promise = std::make_shared<RequestPromise>();
+    auto future = promise->get_future();
+    pool.queue_tasks([&] { return blockTasks(source, request, promise); });
+    pool.help_until_ready(future);
+    return future.get();
+}
+
 void IOPool::Clear(const std::wstring_view& uri) {
     IOWarehouse::current()->clear(uri);
 }

@@ -111,9 +111,9 @@ NitroGdalIOInterface::NitroGdalIOInterface(const NITFURI& uri, nrt_AccessFlags a
     // The probe also brings the head of the file into the cache, where the parse finds it.
     std::optional<std::string> failure;
     try {
+        source_ = IOPool::Open(uri_);
         std::vector<uint8_t> buffer(kProbeSize);
-        const auto request =
-            IOPool::Read(IOSource::Create(uri_), 0, kProbeSize, buffer.data()).get();
+        const auto request = IOPool::Read(source_, 0, kProbeSize, buffer.data()).get();
         if (!request || request->size != kProbeSize) {
             failure = "Read Error";
         }
@@ -145,10 +145,10 @@ NitroGdalIOInterface::~NitroGdalIOInterface() {
 
 bool NitroGdalIOInterface::read(void* buffer, size_t count, nrt_Error* error) {
     try {
-        // NITRO wants its bytes now: wait for them.
-        auto read =
-            IOPool::Read(IOSource::Create(uri_), position_, count, static_cast<uint8_t*>(buffer));
-        const auto request = IOPool::Await(read);
+        // NITRO wants its bytes now: wait for them. Most reads of a parse are a few bytes
+        // of a block read before, and are copied without a hand-over.
+        const auto request = IOPool::ReadNow(source_ ? source_ : IOPool::Open(uri_), position_,
+                                             count, static_cast<uint8_t*>(buffer));
         if (!request || request->size == 0) {
             reportFailure(error, "read", NRT_ERR_READING_FROM_FILE);
             return false;

@@ -5,8 +5,11 @@
 # for SECONDS (default 60). TARGET is "reader" (the record reader, the default), "image"
 # (opening a file and reading its images), "vq" (every block of vector quantised RPF
 # frames), "jpeg12" (the 12-bit JPEG decoder on a bare stream), "j2k" (any bytes as the
-# JPEG 2000 codestream of a C8 image, through both decoders) or "rpc" (the RPC record
-# reader). Fails on any crash, leak,
+# JPEG 2000 codestream of a C8 image, through both decoders), "rpc" (the RPC record
+# reader), "tre" (any bytes as the data of a described TRE) or "paths" (any bytes as a
+# metadata path on a small file). Allocations above half the RSS limit count as
+# out-of-memory findings (-malloc_limit_mb), so that no input allocates by a claimed size.
+# Fails on any crash, leak,
 # timeout or out-of-memory; the input that caused it is left in build/fuzz/TARGET/artifacts/.
 #
 # usage: scripts/fuzz.sh [SECONDS] [TARGET]
@@ -15,8 +18,8 @@ set -euo pipefail
 seconds="${1:-60}"
 target="${2:-reader}"
 case "$target" in
-    reader | image | vq | jpeg12 | j2k | rpc) ;;
-    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image, vq, jpeg12, j2k, rpc)" >&2; exit 2 ;;
+    reader | image | vq | jpeg12 | j2k | rpc | tre | paths) ;;
+    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image, vq, jpeg12, j2k, rpc, tre, paths)" >&2; exit 2 ;;
 esac
 root="$(cd "$(dirname "$0")/.." && pwd)"
 shared="$root/../shared"
@@ -44,5 +47,5 @@ echo "fuzz.sh: $(ls "$corpus" | wc -l) inputs in $corpus; fuzzing for $seconds s
 export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}"
 export UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}"
 "$root/build/asan/tests/fuzz/fuzz_$target" \
-    -max_len=1048576 -rss_limit_mb=4096 -timeout=10 -max_total_time="$seconds" \
+    -max_len=1048576 -rss_limit_mb=4096 -malloc_limit_mb=2048 -timeout=10 -max_total_time="$seconds" \
     -print_final_stats=1 -artifact_prefix="$artifacts/" "$corpus"

@@ -12,6 +12,9 @@ j2k:           the JPEG 2000 codestreams in the shared files, from their SOC and
 rpc:           the data of each RPC00A and RPC00B TRE in the shared files (1041 bytes after
                its tag and length) behind a selector byte (bit 0: read as RPC00B), and one
                state document.
+tre:           the data of each described TRE found in the shared files, behind the byte
+               that selects its tag in fuzz_tre.cpp (its index in TRE_TAGS).
+paths:         metadata paths of every form the path language has.
 Prints the number of seeds written.
 """
 import csv
@@ -100,7 +103,48 @@ def rpc_records(shared):
     yield b'\x03{"IID2":"x","RPC00B":{"SUCCESS":"1"}}'
 
 
+# The tags of fuzz_tre.cpp, in its order.
+TRE_TAGS = ["ACFTB", "AIMIDB", "BLOCKA", "CSCRNA", "CSDIDA", "CSEXRA", "ENGRDA", "GEOLOB",
+            "GEOPSB", "HISTOA", "ICHIPB", "J2KLRA", "MSTGTA", "PIAIMC", "PIAPRD", "RPC00A",
+            "RPC00B", "RPFHDR", "RSMAPA", "RSMDCA", "RSMECA", "RSMGGA", "RSMGIA", "RSMIDA",
+            "RSMPCA", "RSMPIA", "SENSRB", "STDIDC", "USE00A", "RPFDES", "MATESA", "BANDSB"]
+
+
+def tre_records(shared):
+    seen = set()
+    for path in shared_files(shared, "corpus", "fixtures"):
+        data = read(path)
+        if data[:4] not in (b"NITF", b"NSIF"):
+            continue
+        for index, tag in enumerate(TRE_TAGS):
+            name = tag.ljust(6).encode()
+            at = data.find(name)
+            while at >= 0 and at + 11 <= len(data):
+                length = data[at + 6:at + 11]
+                if length.isdigit():
+                    payload = data[at + 11:at + 11 + int(length)]
+                    key = (index, hashlib.sha1(payload).hexdigest())
+                    if key not in seen:
+                        seen.add(key)
+                        yield bytes([index]) + payload
+                    break
+                at = data.find(name, at + 1)
+
+
+def metadata_paths():
+    for path in ["/FileHeader/FL", "/FileHeader/FDT?parse=FDT", "/FileHeader/FTITLE?format=RAW",
+                 "/Images/_count", "/Images/0/TREs/BLOCKA/FRLC_LOC", "/Image/NROWS?parse=int",
+                 "/TRE/BLOCKA/N_GRAY?parse=double", "/Images/1/TREs/STDIDC", "@Info",
+                 "NITF_FILE_HEADER/FL/@Info", "USE00A/@Info", "/", "/Images/0?format=JSON",
+                 "/Images/0/IID1?format=XML", "BLOCKA/_count", "/FileHeader/NOSUCH"]:
+        yield path.encode()
+
+
 def seeds(target, shared):
+    if target == "tre":
+        return tre_records(shared)
+    if target == "paths":
+        return metadata_paths()
     if target == "vq":
         return vq_frames(shared)
     if target == "jpeg12":

@@ -6,6 +6,7 @@
 #include "tessel/image/NITFImage.h"
 #include "tools/Commands.h"
 #include "tools/ImageSupport.h"
+#include "tools/TileAudit.h"
 
 namespace tessel_cli {
 namespace {
@@ -54,7 +55,8 @@ void printText(int band, const Tessel::NITFImage::Histogram& histogram) {
 
 int runHistogram(const Arguments& arguments) {
     try {
-        const OptionWords options = parseOptions(arguments, {"--band", "--step"}, {"--json"});
+        const OptionWords options =
+            parseOptions(arguments, {"--band", "--step"}, {"--json", "--allow-failed-tiles"});
         if (options.positional.size() != 1) {
             return fail("histogram", "expected one URI (see 'tessel histogram --help')");
         }
@@ -80,7 +82,13 @@ int runHistogram(const Arguments& arguments) {
         } else {
             printText(index, histogram);
         }
-        return 0;
+        if (histogram.step != 1) {
+            return 0;  // an overview or the central tiles were counted: not checked here
+        }
+        const Tessel::NITFImage& image = *opened.image;
+        return reportTiles("histogram",
+                           auditTiles(image, {index}, 0, 0, image.getWidth(), image.getHeight()),
+                           options.has("--allow-failed-tiles"));
     } catch (const std::exception& error) {
         return fail("histogram", error.what());
     }
@@ -89,14 +97,17 @@ int runHistogram(const Arguments& arguments) {
 }  // namespace
 
 Command histogramCommand() {
-    return {"histogram", "histogram URI [--band N] [--step N] [--json]",
+    return {"histogram", "histogram URI [--band N] [--step N] [--json] [--allow-failed-tiles]",
             "Count the values of one band of an image and print their statistics.",
             "The URI names the image with #IM_n (image 0 otherwise); --band is numbered from 0\n"
             "(default 0). --step 1 (the default) counts every tile, a larger step reads an\n"
             "overview about that many times smaller, and 4294967295 only the central tiles.\n"
             "The text lists step, min, max, mean and stddev, then each non-empty bin with the\n"
             "lowest value it holds; --json prints the whole histogram, every bin included.\n"
-            "The lowest value of the type's range (where fill values lie) is never counted.",
+            "The lowest value of the type's range (where fill values lie) is never counted.\n"
+            "With --step 1, tiles that could not be decoded (counted as their fill) are\n"
+            "listed on standard error with their reasons and the status is 3, unless\n"
+            "--allow-failed-tiles is given.",
             runHistogram};
 }
 

@@ -12,6 +12,7 @@
 #include "tools/Commands.h"
 #include "tools/ImageSupport.h"
 #include "tools/RasterOutput.h"
+#include "tools/TileAudit.h"
 
 namespace tessel_cli {
 namespace {
@@ -143,7 +144,7 @@ void dropFinishedTiles(const Tessel::NITFImage& image, uint64_t sourceEnd) {
 }
 
 void readInStrips(const Tessel::NITFImage& image, const ReadRequest& request, uint32_t stripRows,
-                  RasterWriter& writer) {
+                  RasterWriter& writer, TileAudit& audit) {
     const uint64_t height = request.height;
     const uint64_t outHeight = request.outHeight;
     const Progress progress(isatty(STDERR_FILENO) == 1 && stripRows < outHeight);
@@ -160,6 +161,10 @@ void readInStrips(const Tessel::NITFImage& image, const ReadRequest& request, ui
                                      std::to_string(last - 1) + " failed");
         }
         writer.writeRows(static_cast<uint32_t>(first), rows, buffer.data());
+        // The strip's tiles are still in the pool: they tell which of them failed.
+        audit.add(auditTiles(image, request.bands, request.x,
+                             static_cast<uint32_t>(request.y + sourceFirst), request.width,
+                             static_cast<uint32_t>(sourceRows)));
         if (last < outHeight) {
             dropFinishedTiles(image, request.y + sourceFirst + sourceRows);
         }
@@ -177,8 +182,9 @@ const Tessel::ColorMap* colorMapFor(const Tessel::NITFImage& image, const ReadRe
 int runRead(const Arguments& arguments) {
     OptionWords options;
     try {
-        options = parseOptions(
-            arguments, {"--window", "--size", "--bands", "--level", "--strip-rows", "-o"}, {});
+        options = parseOptions(arguments,
+                               {"--window", "--size", "--bands", "--level", "--strip-rows", "-o"},
+                               {"--allow-failed-tiles"});
     } catch (const std::invalid_argument& error) {
         return fail("read", error.what());
     }
@@ -209,11 +215,12 @@ int runRead(const Arguments& arguments) {
                 : 0;
         const uint32_t stripRows =
             stripRowsFor(request, layout.bytesPerSample, image.getBlockHeight(), askedRows);
+        TileAudit audit;
         try {
             const auto writer = format == Format::Png
                                     ? makePngWriter(output, layout, colorMapFor(image, request))
                                     : makeTiffWriter(output, layout, stripRows);
-            readInStrips(image, request, stripRows, *writer);
+            readInStrips(image, request, stripRows, *writer, audit);
             writer->close();
         } catch (const std::exception&) {
             std::error_code ignored;
@@ -222,7 +229,7 @@ int runRead(const Arguments& arguments) {
         }
         std::printf("%s: %u x %u, %u band(s) of %u bit(s)\n", output.string().c_str(), layout.width,
                     layout.height, layout.bands, layout.bytesPerSample * 8);
-        return 0;
+        return reportTiles("read", audit, options.has("--allow-failed-tiles"));
     } catch (const std::exception& error) {
         return fail("read", error.what());
     }
@@ -233,7 +240,7 @@ int runRead(const Arguments& arguments) {
 Command readCommand() {
     return {"read",
             "read URI -o FILE [--window X,Y,W,H] [--size W,H] [--bands LIST] [--level N] "
-            "[--strip-rows N]",
+            "[--strip-rows N] [--allow-failed-tiles]",
             "Read an image's pixels into a TIFF or PNG file (by the output's extension).",
             "The URI names the image with #IM_n (image 0 otherwise). --window takes a source\n"
             "rectangle (default: the whole image), --size the output size (default: the\n"
@@ -246,7 +253,11 @@ Command readCommand() {
             "the output rows of a strip), except that a read resampled in height is read at\n"
             "once; the tiles of blocks that a strip finishes are dropped once it is written,\n"
             "so that memory stays within a strip and the block pool. A progress bar shows\n"
-            "on a terminal.",
+            "on a terminal.\n"
+            "Tiles that could not be decoded hold fill (0xFF for a failed tile, NoData or\n"
+            "zeros for a missing block or a compression without decoder): their count and\n"
+            "reasons go to standard error and the status is 3, unless --allow-failed-tiles\n"
+            "is given. The tiles checked are those of the read level under the window.",
             runRead};
 }
 

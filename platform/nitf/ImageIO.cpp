@@ -203,13 +203,16 @@ bool readMaskTable(nitf_ImageIO* io, nitf_IOInterface* input, nitf_Error* error)
     io->padValue.assign(std::max(io->padPixelValueLength, padBytes), 0);
     std::copy(table.begin(), table.begin() + padBytes, io->padValue.begin());
     const uint8_t* records = table.data() + padBytes;
-    io->blockMask.assign(io->blockCount + 1, 0);
-    for (uint32_t b = 0; b < io->blockCount; ++b) {
-        io->blockMask[b] = io->blockRecordLength == 4 ? bigEndian32(records + size_t{4} * b)
-                                                      : uint64_t{b} * io->storedBlockBytes;
+    // Only recorded offsets are stored, four bytes of the file each: a table without block
+    // records has its blocks in order, however many the subheader claims.
+    if (io->blockRecordLength == 4) {
+        io->blockMask.assign(io->blockCount + 1, 0);
+        for (uint32_t b = 0; b < io->blockCount; ++b) {
+            io->blockMask[b] = bigEndian32(records + size_t{4} * b);
+        }
+        io->blockMask[io->blockCount] =
+            io->blockCount > 0 ? io->blockMask[io->blockCount - 1] + io->storedBlockBytes : 0;
     }
-    io->blockMask[io->blockCount] =
-        io->blockCount > 0 ? io->blockMask[io->blockCount - 1] + io->storedBlockBytes : 0;
     if (io->padRecordLength == 4) {
         const uint8_t* pads = records + uint64_t{io->blockRecordLength} * io->blockCount;
         io->padMask.resize(io->blockCount);
@@ -320,13 +323,24 @@ uint8_t* fillAbsentBlock(nitf_ImageIO* io, uint64_t* blockSize) {
     return io->buffer.data();
 }
 
+// A block's offset after IMDATOFF as the mask table gives it: recorded, or in order when the
+// table records no block offsets.
+uint64_t maskedBlockOffset(const nitf_ImageIO* io, uint32_t block) {
+    return io->blockMask.empty() ? uint64_t{block} * io->storedBlockBytes : io->blockMask[block];
+}
+
+// Whether the block mask says that a block isn't in the file.
+bool maskedBlockAbsent(const nitf_ImageIO* io, uint32_t block) {
+    return io->masked && !io->blockMask.empty() && io->blockMask[block] == kNotRecorded;
+}
+
 // Where the stored bytes of a recorded block start in the image data; false, with the error
 // set, when they run past its end.
 bool storedBlockStart(const nitf_ImageIO* io, uint32_t block, uint64_t* relative,
                       nitf_Error* error) {
     // Without a mask the blocks follow one another.
-    *relative = io->imageDataOffset +
-                (io->masked ? io->blockMask[block] : uint64_t{block} * io->storedBlockBytes);
+    *relative = io->imageDataOffset + (io->masked ? maskedBlockOffset(io, block)
+                                                  : uint64_t{block} * io->storedBlockBytes);
     return checkRange(io, *relative, io->storedBlockBytes, "image block", error);
 }
 
@@ -358,7 +372,7 @@ bool readUncompressedBlockPart(nitf_ImageIO* io, nitf_IOInterface* input, uint32
                                uint64_t first, uint64_t count, uint8_t* destination,
                                uint64_t* copied, nitf_Error* error) {
     *copied = 0;
-    if (io->masked && io->blockMask[block] == kNotRecorded) {
+    if (maskedBlockAbsent(io, block)) {
         uint64_t size = 0;
         const uint8_t* pad = fillAbsentBlock(io, &size);
         if (first < size) {
@@ -389,8 +403,8 @@ uint8_t* readCompressedBlock(nitf_ImageIO* io, nitf_IOInterface* input, uint32_t
     uint64_t start = 0;
     uint64_t end = io->length;
     if (io->masked) {
-        start = io->imageDataOffset + io->blockMask[block];
-        for (uint32_t b = 0; b < io->blockCount; ++b) {
+        start = io->imageDataOffset + maskedBlockOffset(io, block);
+        for (uint32_t b = 0; b < io->blockMask.size() && b < io->blockCount; ++b) {
             uint64_t other = io->imageDataOffset + io->blockMask[b];
             if (io->blockMask[b] != kNotRecorded && other > start && other < end) {
                 end = other;
@@ -532,7 +546,7 @@ uint8_t* nitf_ImageIO_readBlockDirect(nitf_ImageIO* nitf, nitf_IOInterface* io,
               blockNumber, nitf->blockCount);
         return nullptr;
     }
-    if (nitf->masked && nitf->blockMask[blockNumber] == kNotRecorded) {
+    if (maskedBlockAbsent(nitf, blockNumber)) {
         return fillAbsentBlock(nitf, blockSize);
     }
     if (nitf->uncompressed()) {
@@ -576,7 +590,7 @@ NITF_BOOL nitf_ImageIO_getMaskInfo(nitf_ImageIO* nitf, uint32_t* imageDataOffset
     *padRecordLength = nitf->padRecordLength;
     *padPixelValueLength = nitf->padPixelValueLength;
     *padValue = nitf->padValue.empty() ? nullptr : nitf->padValue.data();
-    *blockMask = nitf->blockMask.data();
+    *blockMask = nitf->blockMask.empty() ? nullptr : nitf->blockMask.data();
     *padMask = nitf->padMask.empty() ? nullptr : nitf->padMask.data();
     return true;
 }

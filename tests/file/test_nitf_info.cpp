@@ -4,6 +4,9 @@
 #include <string>
 
 #include "support/InfoResources.h"
+#include "support/TestPaths.h"
+#include "tessel/file/NITFFactory.h"
+#include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFInfo.h"
 
 using Tessel::NITFInfo;
@@ -161,4 +164,38 @@ TEST(NITFInfoResources, RepeatedCoefficientsAreDescribedOnce) {
     const Json field = Json::parse(NITFInfo::get().readJSON({"RPC00B", "LINE_NUM_COEFF"}));
     EXPECT_EQ(field["Field"], "LINE_NUM_COEFF<n>");
     EXPECT_EQ(field["Length"], 12);
+}
+
+TEST(NITFInfo, NameWithBytesThatAreNotTextDescribesNothing) {
+    tessel_test::infoResourceFolder();
+    // Found by fuzzing metadata paths: "USE\xff...00A/@Info" ended the process.
+    EXPECT_TRUE(NITFInfo::loadField("USE\xff\xff\xff\xff\xff\xff\xff"
+                                    "00A")
+                    .empty());
+    EXPECT_EQ(NITFInfo::get().readJSON({"USE\xff\xff\xff"
+                                        "00A",
+                                        "X"}),
+              "");
+}
+
+TEST(NITFInfo, NameWithPathSeparatorsDescribesNothing) {
+    writeDescription("TESTESCAPE", kBands);
+    EXPECT_FALSE(NITFInfo::loadField("TESTESCAPE").empty());
+    EXPECT_TRUE(NITFInfo::loadField("../TREs/TESTESCAPE").empty());
+    EXPECT_TRUE(NITFInfo::loadField("..").empty());
+}
+
+TEST(NITFInfo, InfoPathWithBytesThatAreNotTextGivesEmptyTextOnAFile) {
+    tessel_test::infoResourceFolder();
+    Tessel::NITFMessages messages;
+    const auto context = Tessel::NITFFactory::get().open(
+        Tessel::NITFURI(std::string_view(TESSEL_SAMPLE_FILE)), messages);
+    ASSERT_TRUE(context);
+    // The input the metadata path fuzzer found, byte for byte.
+    const std::string path(
+        "USE\xff\xff\xff\xff\xff\xff\xff"
+        "00A/@Info");
+    // No description has that name: the text is empty, and nothing is thrown.
+    EXPECT_NO_THROW(context.getFile().getPath(0, path));
+    EXPECT_EQ(context.getFile().getPathString(0, path, "fallback"), "");
 }

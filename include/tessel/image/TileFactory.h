@@ -81,5 +81,8 @@ std::vector<std::string> registeredTileFactories();
 // The first factory a maker gives, or an error factory with the image's geometry that reads
 // as blank tiles. Never empty; a maker's or constructor's exception goes to the caller.
 std::unique_ptr<TileFactory> makeTileFactory(const NITFImage* image, const ImageOptions& options);
+// False for the factory of an image whose compression nothing here decodes: all its tiles
+// are blank.
+bool decodesPixels(const TileFactory& factory);
 
 }  // namespace Tessel

@@ -56,6 +56,12 @@ public:
                                                         size_t offset, size_t size,
                                                         uint8_t* destination);
 
+    // Read and Await in one: a read that finished blocks answer wholly is copied on the spot,
+    // without a promise or the task queue (the many small reads of a parse are such). Throws
+    // "Read Failed" as the future would.
+    static std::shared_ptr<IORequest> ReadNow(const std::shared_ptr<IOSource>& source,
+                                              size_t offset, size_t size, uint8_t* destination);
+
     // Waits for a read, running queued block reads on this thread meanwhile, and returns
     // its request; throws what the future throws.
     static std::shared_ptr<IORequest> Await(std::future<std::shared_ptr<IORequest>>& read);

@@ -15,6 +15,8 @@
 
 namespace Tessel {
 
+class IOSource;
+
 class NitroGdalIOInterface {
 public:
     // An nrt_IOInterface over `uri` with NITRO's access code (NRT_ACCESS_READONLY,
@@ -49,6 +51,9 @@ public:
 private:
     NITFURI uri_;
     uint64_t position_ = 0;
+    // The source of every read: blocks are found by the URI's key, so one source serves
+    // all of them, and a parse's thousands of small reads don't make one each.
+    std::shared_ptr<IOSource> source_;
     std::string mode_;
     std::unique_ptr<nitf_fs::adapter::nitf_fs_adapter_io> handle_;  // empty for reading
 };

@@ -41,8 +41,10 @@ bool Arguments::has(const std::string& flag) const {
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> all{
-        versionCommand(), versionsCommand(),  uriCommand(),    configCommand(), infoCommand(),
-        readCommand(),    histogramCommand(), recordCommand(), pathCommand(),   dumpCommand()};
+        versionCommand(), versionsCommand(), uriCommand(),       configCommand(),
+        infoCommand(),    readCommand(),     histogramCommand(), recordCommand(),
+        pathCommand(),    dumpCommand(),     tableCommand(),
+    };
     return all;
 }
 

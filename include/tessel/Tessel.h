@@ -81,3 +81,7 @@
 #include "tessel/platform/nitf/nrt_System.h"
 #include "tessel/platform/nitf/nrt_Types.h"
 #include "tessel/products/NITFProductProfile.h"
+#include "tessel/tables/MultiTRETableReader.h"
+#include "tessel/tables/SingleTREMultiLevelTableReader.h"
+#include "tessel/tables/SingleTRETableReader.h"
+#include "tessel/tables/TableReader.h"

@@ -45,5 +45,7 @@ Command histogramCommand();
 Command pathCommand();
 Command dumpCommand();
 Command tableCommand();
+Command productCommand();
+Command profilesCommand();
 
 }  // namespace tessel_cli

@@ -5,8 +5,8 @@
 # for SECONDS (default 60). TARGET is "reader" (the record reader, the default), "image"
 # (opening a file and reading its images), "vq" (every block of vector quantised RPF
 # frames), "jpeg12" (the 12-bit JPEG decoder on a bare stream), "j2k" (any bytes as the
-# JPEG 2000 codestream of a C8 image, through both decoders) or "rpc" (the RPC record
-# reader). Fails on any crash, leak,
+# JPEG 2000 codestream of a C8 image, through both decoders), "rpc" (the RPC record
+# reader) or "profile" (product profile files, loaded and applied). Fails on any crash, leak,
 # timeout or out-of-memory; the input that caused it is left in build/fuzz/TARGET/artifacts/.
 #
 # usage: scripts/fuzz.sh [SECONDS] [TARGET]
@@ -15,8 +15,8 @@ set -euo pipefail
 seconds="${1:-60}"
 target="${2:-reader}"
 case "$target" in
-    reader | image | vq | jpeg12 | j2k | rpc) ;;
-    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image, vq, jpeg12, j2k, rpc)" >&2; exit 2 ;;
+    reader | image | vq | jpeg12 | j2k | rpc | profile) ;;
+    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image, vq, jpeg12, j2k, rpc, profile)" >&2; exit 2 ;;
 esac
 root="$(cd "$(dirname "$0")/.." && pwd)"
 shared="$root/../shared"

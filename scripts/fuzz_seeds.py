@@ -12,6 +12,8 @@ j2k:           the JPEG 2000 codestreams in the shared files, from their SOC and
 rpc:           the data of each RPC00A and RPC00B TRE in the shared files (1041 bytes after
                its tag and length) behind a selector byte (bit 0: read as RPC00B), and one
                state document.
+profile:       the repository's product profiles, and a few made-up ones (references,
+               variables, every kind of layer).
 Prints the number of seeds written.
 """
 import csv
@@ -100,7 +102,36 @@ def rpc_records(shared):
     yield b'\x03{"IID2":"x","RPC00B":{"SUCCESS":"1"}}'
 
 
+def profiles():
+    folder = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "resources",
+                          "Resources", "Raster", "NITF", "Profiles")
+    for name in sorted(os.listdir(folder)) if os.path.isdir(folder) else []:
+        if name.endswith(".json"):
+            yield read(os.path.join(folder, name))
+    product = ('{"Name":"F","Title":"T $%i$","Type":"Y","Priority":"2","Base":"Generic",'
+               '"Match":[{"Key":"$/FileHeader/FHDR$","Operator":"StartsWith","Value":"N"}],'
+               '"LayerDefinitions":[LAYERS],"MosaicDefinitions":[MOSAIC],"Properties":{"P":"@{V}"}}')
+    layers = ('{"ref":"#/L","Bands":[{"Name":"x"}]},'
+              '{"Type":"Feature","Key":"F","Title":"F","MapDoc":"","Source":"s"},'
+              '{"Type":"Table","Key":"T","Title":"T","MapDoc":{"a":1},"Source":"s",'
+              '"DisplayLevel":"$%i$","Disposition":"TOC|Hidden"}')
+    mosaic = ('{"ItemURI":{"Path":"p","Key":"k","Tag":"t","Group":"g","DisplayName":"d",'
+              '"ProductName":"n","SourceTimeStamp":"$/FileHeader/FDT?parse=FDT$",'
+              '"Properties":{}},"Footprint":"F","ProcessingTemplate":"P",'
+              '"Variables":{"V":{"SourcePaths":[{"Path":"$%i$","Map":[["0","1"]],'
+              '"NotSet":"9"}],"Default":"2"}},"Properties":{},'
+              '"Match":[{"Key":"x","Operator":"NotEqual","Value":["y"]}]}')
+    product = product.replace("LAYERS", layers).replace("MOSAIC", mosaic)
+    yield ('{"@Variables":{"V":"@{W}","W":"w"},"L":{"Type":"Image","Key":"K_$%i$",'
+           '"Title":"@{V}","MapDoc":"","Source":"$uri.path$",'
+           '"Properties":{"Band-N":"$/Images/%i/Bands/%b/IREPBAND$"}},'
+           '"Aliases":{"A":"F"},"Products":[PRODUCT]}').replace("PRODUCT", product).encode()
+    yield b'{"Products":[{"Name":"R","LayerDefinitions":[{"ref":"tessel_common.json#/ImageLayer"}]}]}'
+
+
 def seeds(target, shared):
+    if target == "profile":
+        return profiles()
     if target == "vq":
         return vq_frames(shared)
     if target == "jpeg12":

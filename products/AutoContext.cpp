@@ -163,7 +163,7 @@ fs::path findInsideFolder(const char* folder, const std::string& name, std::stri
             return {};
         }
     }
-    const fs::path found = nitf_fs::findFile(folder, relative);
+    fs::path found = nitf_fs::findFile(folder, relative);
     if (found.empty()) {
         failure = fmt::format("File not found '{}'", name);
         return {};
@@ -177,7 +177,7 @@ fs::path findInsideFolder(const char* folder, const std::string& name, std::stri
     return {};
 }
 
-AutoContext::AutoContext(LoadState& state, fs::path file, std::shared_ptr<const Tree> root)
+AutoContext::AutoContext(LoadState& state, fs::path file, const std::shared_ptr<const Tree>& root)
     : AutoContext(state, std::move(file), root, root.get(), {}, {}) {}
 
 AutoContext::AutoContext(LoadState& state, fs::path file, std::shared_ptr<const Tree> root,

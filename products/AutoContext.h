@@ -52,7 +52,8 @@ public:
     using Variables = std::map<std::string, std::string, std::less<>>;
 
     // The root of a file's tree.
-    AutoContext(LoadState& state, std::filesystem::path file, std::shared_ptr<const Tree> root);
+    AutoContext(LoadState& state, std::filesystem::path file,
+                const std::shared_ptr<const Tree>& root);
 
     // The child `key`: "Missing Node" when it isn't there and isn't optional; an empty
     // position when it is optional.

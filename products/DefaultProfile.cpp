@@ -92,7 +92,7 @@ std::shared_ptr<NITFProduct> NITFProductDefaultProfile::openProduct(const NITFFi
 }
 
 void NITFProductDefaultProfile::ProcessImageSegments(const NITFFileContext& context,
-                                                     std::shared_ptr<NITFProduct> product) {
+                                                     const std::shared_ptr<NITFProduct>& product) {
     const size_t count = context.getNumberImages();
     for (size_t i = 0; i < count; ++i) {
         const int index = static_cast<int>(i);
@@ -151,10 +151,11 @@ void NITFProductDefaultProfile::ProcessImageSegments(const NITFFileContext& cont
 }
 
 void NITFProductDefaultProfile::ProcessDESegments(const NITFFileContext& context,
-                                                  std::shared_ptr<NITFProduct> product) {
+                                                  const std::shared_ptr<NITFProduct>& product) {
     const int64_t count = context.getPathInt("/FileHeader/NUMDES", 0);
     for (int64_t i = 0; i < count; ++i) {
-        if (!defaultIsShapeTag(context.getPathString(fmt::format("DESs/{}/DESTAG", i), std::string()))) {
+        if (!defaultIsShapeTag(
+                context.getPathString(fmt::format("DESs/{}/DESTAG", i), std::string()))) {
             continue;
         }
         const std::string text =
@@ -174,7 +175,7 @@ void NITFProductDefaultProfile::ProcessDESegments(const NITFFileContext& context
 
 bool NITFProductDefaultProfile::AddFeatureDataset(const NITFFileContext& context,
                                                   const json& document, size_t index,
-                                                  std::shared_ptr<NITFProduct> product) {
+                                                  const std::shared_ptr<NITFProduct>& product) {
     const json* use = nullptr;
     const json::json_pointer pointer("/UserDefinedSubHeader/SHAPE_USE");
     if (document.contains(pointer)) {

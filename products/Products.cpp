@@ -114,10 +114,10 @@ std::wostream& operator<<(std::wostream& out, const LayerDisposition& dispositio
     return out << static_cast<std::wstring>(disposition);
 }
 
-Source::Source(std::wstring_view path) : path(path) {}
+Source::Source(std::wstring_view sourcePath) : path(sourcePath) {}
 
-Source::Source(std::wstring_view path, std::wstring_view templateContent, Arguments arguments)
-    : path(path), templateContent(templateContent), arguments(std::move(arguments)) {}
+Source::Source(std::wstring_view sourcePath, std::wstring_view content, Arguments values)
+    : path(sourcePath), templateContent(content), arguments(std::move(values)) {}
 
 bool Source::hasArgument(std::wstring_view name) const {
     return arguments.find(name) != arguments.end();

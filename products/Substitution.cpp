@@ -56,8 +56,8 @@ bool substitutionRuleHolds(const MatchRule& rule, const std::wstring& text) {
 }
 
 std::wstring substitutionExpand(const ComputeContext& context, std::wstring_view templateText,
-                        std::wstring_view label, const ProfileEvalHooks& hooks,
-                        const NITFProductProfile::Encoder& encoder = {}) {
+                                std::wstring_view label, const ProfileEvalHooks& hooks,
+                                const NITFProductProfile::Encoder& encoder = {}) {
     const any_type::value value =
         NITFProductProfile::ComputeIsdValue(context, templateText, encoder);
     if (hooks.layer && !label.empty()) {
@@ -76,8 +76,9 @@ uint16_t substitutionDisplayLevel(const std::wstring& text) {
     return static_cast<uint16_t>(*number);
 }
 
-PropertyValues substitutionEvaluateMap(const PropertyDefinitions& definitions, const ComputeContext& context,
-                           const ProfileEvalHooks& hooks) {
+PropertyValues substitutionEvaluateMap(const PropertyDefinitions& definitions,
+                                       const ComputeContext& context,
+                                       const ProfileEvalHooks& hooks) {
     PropertyValues values;
     substitution(definitions, values, contextEvaluator(context), hooks);
     return values;
@@ -202,13 +203,14 @@ Layer substitution(const LayerDefinition& definition, const ComputeContext& cont
         layer.Aliases.push_back(substitutionExpand(context, alias, L"Alias", hooks));
     }
     layer.Title = substitutionExpand(context, definition.Title, L"Title", hooks);
-    layer.DisplayLevel = definition.DisplayLevelTemplate.empty()
-                             ? definition.DisplayLevel
-                             : substitutionDisplayLevel(substitutionExpand(context, definition.DisplayLevelTemplate,
-                                                         L"DisplayLevel", hooks));
-    layer.MapDoc =
-        substitutionExpand(context, definition.MapDoc, {}, hooks,
-                   [](std::string_view, std::wstring_view text) { return JsonEncoder(text); });
+    layer.DisplayLevel =
+        definition.DisplayLevelTemplate.empty()
+            ? definition.DisplayLevel
+            : substitutionDisplayLevel(substitutionExpand(context, definition.DisplayLevelTemplate,
+                                                          L"DisplayLevel", hooks));
+    layer.MapDoc = substitutionExpand(
+        context, definition.MapDoc, {}, hooks,
+        [](std::string_view, std::wstring_view text) { return JsonEncoder(text); });
     layer.Source.path = substitutionExpand(context, definition.Source.path, L"Source", hooks);
     layer.Source.templateContent =
         substitutionExpand(context, definition.Source.templateContent, L"Template", hooks);
@@ -258,7 +260,8 @@ Mosaic substitution(const MosaicDefinition& definition, const ComputeContext& co
         mosaic.ItemURIs.push_back(substitution(item, context, hooks));
     }
     mosaic.Footprint = substitutionExpand(context, definition.Footprint, {}, hooks);
-    mosaic.ProcessingTemplate = substitutionExpand(context, definition.ProcessingTemplate, {}, hooks);
+    mosaic.ProcessingTemplate =
+        substitutionExpand(context, definition.ProcessingTemplate, {}, hooks);
     mosaic.Variables = substitutionEvaluateMap(definition.Variables, context, hooks);
     mosaic.Properties = substitutionEvaluateMap(definition.Properties, context, hooks);
     return mosaic;

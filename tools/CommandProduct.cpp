@@ -73,7 +73,8 @@ ProductJson layerJson(const Layer& layer) {
     out["disposition"] = static_cast<std::string>(layer.Disposition);
     out["source"] = productNarrow(layer.Source.path);
     const ProductJson document = ProductJson::parse(productNarrow(layer.MapDoc), nullptr, false);
-    out["mapDocument"] = document.is_discarded() ? ProductJson(productNarrow(layer.MapDoc)) : document;
+    out["mapDocument"] =
+        document.is_discarded() ? ProductJson(productNarrow(layer.MapDoc)) : document;
     out["properties"] = productValues(layer.Properties);
     out["bands"] = ProductJson::array();
     for (const auto& band : layer.Bands) {

@@ -33,11 +33,13 @@ public:
 
     // An image layer per image segment, and a mosaic of one item per displayable one.
     // Throws std::runtime_error "No File" for a context without a file.
-    void ProcessImageSegments(const NITFFileContext& context, std::shared_ptr<NITFProduct> product);
+    void ProcessImageSegments(const NITFFileContext& context,
+                              const std::shared_ptr<NITFProduct>& product);
     // A feature layer per shape data extension segment whose data are complete.
-    void ProcessDESegments(const NITFFileContext& context, std::shared_ptr<NITFProduct> product);
+    void ProcessDESegments(const NITFFileContext& context,
+                           const std::shared_ptr<NITFProduct>& product);
     bool AddFeatureDataset(const NITFFileContext& context, const json& document, size_t index,
-                           std::shared_ptr<NITFProduct> product);
+                           const std::shared_ptr<NITFProduct>& product);
 
     // The display documents of an image and a feature layer. Throw std::runtime_error
     // "No File" for a context without a file.

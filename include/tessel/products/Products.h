@@ -72,8 +72,8 @@ public:
     using Arguments = std::map<std::wstring, std::wstring, std::less<>>;
 
     Source() = default;
-    explicit Source(std::wstring_view path);
-    Source(std::wstring_view path, std::wstring_view templateContent, Arguments arguments);
+    explicit Source(std::wstring_view sourcePath);
+    Source(std::wstring_view sourcePath, std::wstring_view content, Arguments values);
 
     bool specifiesPath() const { return !path.empty(); }
     bool specifiesTemplate() const { return !templateContent.empty(); }

@@ -114,6 +114,10 @@ std::shared_ptr<NITFImage> NITFFile::getImage(const ImageOptions& options) {
     return d_->getImage(self, options, messages);
 }
 
+std::shared_ptr<TableReader> NITFFile::getTableReader(const TableArguments& arguments) {
+    return TableReader::createTableReader(shared_from_this(), arguments);
+}
+
 std::unique_ptr<NITFFilePrivate>& NITFFile::getPrivate() {
     return d_;
 }

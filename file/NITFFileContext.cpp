@@ -127,4 +127,9 @@ bool NITFFileContext::setISD(const std::string_view& text, NITFMessages& message
     return file_ && file_->setISD(text, messages);
 }
 
+std::shared_ptr<TableReader> NITFFileContext::getTableReader(
+    const TableArguments& arguments) const {
+    return file_ ? file_->getTableReader(arguments) : nullptr;
+}
+
 }  // namespace Tessel

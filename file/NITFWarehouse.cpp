@@ -254,8 +254,10 @@ void NITFWarehouse::file_cache_release(const std::wstring& key, std::shared_ptr<
 
 void NITFWarehouse::clear() {
     std::vector<std::shared_ptr<NITFFile>> idle;
+    ProfileTables profiles;
     {
         std::lock_guard lock(mutex_);
+        std::swap(profiles, profiles_);
         typeMap_.clear();
         typeList_.clear();
         l1_.clear();
@@ -301,6 +303,7 @@ void NITFWarehouse::resetForTesting(const Settings& settings) {
         warehouse.hits_ = 0;
         warehouse.misses_ = 0;
         warehouse.l1_.clear();
+        warehouse.profiles_ = ProfileTables();
         warehouse.typeCacheCapacity_ = settings.typeCacheCapacity;
         warehouse.settings_ = settings;
         old = std::move(warehouse.l2_);

@@ -19,6 +19,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "tessel/core/NITFMessages.h"
 #include "tessel/core/NITFType.h"
@@ -28,6 +29,7 @@
 namespace Tessel {
 
 class NITFFile;
+class NITFProductProfile;
 
 // The deleter of every file the factory gives out; it carries the cache key, which is empty
 // for a file that is never cached.
@@ -39,6 +41,16 @@ struct NITFFile_Deleter {
 // Whether "[CACHE]" lines are written: lumo.log.cache_usage is on and information is logged.
 bool cacheLogEnabled();
 void cacheLog(const std::string& line);
+
+// The product profiles: in priority order (highest first), by name, by alias, and where
+// each came from (a file, or "built-in"). Filled once on first use, under the warehouse lock.
+struct ProfileTables {
+    std::vector<std::pair<int, std::shared_ptr<NITFProductProfile>>> ordered;
+    std::map<std::wstring, std::shared_ptr<NITFProductProfile>, std::less<>> byName;
+    std::map<std::wstring, std::wstring, std::less<>> aliases;
+    std::map<std::wstring, std::wstring, std::less<>> origins;
+    bool loaded = false;
+};
 
 class NITFWarehouse {
 public:
@@ -93,6 +105,8 @@ public:
     void file_ended(const std::wstring& key);
 
     std::recursive_mutex& mutex() { return mutex_; }
+    // The profile tables; the caller holds the warehouse lock.
+    ProfileTables& profiles() { return profiles_; }
     Settings settings() const;
     std::pair<uint64_t, uint64_t> type_cache_hits_misses() const;
     size_t type_cache_size() const;
@@ -115,6 +129,7 @@ private:
     std::unique_ptr<FileCache> l2_;
     std::map<std::wstring, std::weak_ptr<NITFFile>, std::less<>> l1_;
     Settings settings_;
+    ProfileTables profiles_;
 };
 
 }  // namespace Tessel

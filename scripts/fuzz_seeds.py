@@ -15,6 +15,8 @@ rpc:           the data of each RPC00A and RPC00B TRE in the shared files (1041 
 tre:           the data of each described TRE found in the shared files, behind the byte
                that selects its tag in fuzz_tre.cpp (its index in TRE_TAGS).
 paths:         metadata paths of every form the path language has.
+profile:       the repository's product profiles, and a few made-up ones (references,
+               variables, every kind of layer).
 Prints the number of seeds written.
 """
 import csv
@@ -140,11 +142,40 @@ def metadata_paths():
         yield path.encode()
 
 
+def profiles():
+    folder = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "resources",
+                          "Resources", "Raster", "NITF", "Profiles")
+    for name in sorted(os.listdir(folder)) if os.path.isdir(folder) else []:
+        if name.endswith(".json"):
+            yield read(os.path.join(folder, name))
+    product = ('{"Name":"F","Title":"T $%i$","Type":"Y","Priority":"2","Base":"Generic",'
+               '"Match":[{"Key":"$/FileHeader/FHDR$","Operator":"StartsWith","Value":"N"}],'
+               '"LayerDefinitions":[LAYERS],"MosaicDefinitions":[MOSAIC],"Properties":{"P":"@{V}"}}')
+    layers = ('{"ref":"#/L","Bands":[{"Name":"x"}]},'
+              '{"Type":"Feature","Key":"F","Title":"F","MapDoc":"","Source":"s"},'
+              '{"Type":"Table","Key":"T","Title":"T","MapDoc":{"a":1},"Source":"s",'
+              '"DisplayLevel":"$%i$","Disposition":"TOC|Hidden"}')
+    mosaic = ('{"ItemURI":{"Path":"p","Key":"k","Tag":"t","Group":"g","DisplayName":"d",'
+              '"ProductName":"n","SourceTimeStamp":"$/FileHeader/FDT?parse=FDT$",'
+              '"Properties":{}},"Footprint":"F","ProcessingTemplate":"P",'
+              '"Variables":{"V":{"SourcePaths":[{"Path":"$%i$","Map":[["0","1"]],'
+              '"NotSet":"9"}],"Default":"2"}},"Properties":{},'
+              '"Match":[{"Key":"x","Operator":"NotEqual","Value":["y"]}]}')
+    product = product.replace("LAYERS", layers).replace("MOSAIC", mosaic)
+    yield ('{"@Variables":{"V":"@{W}","W":"w"},"L":{"Type":"Image","Key":"K_$%i$",'
+           '"Title":"@{V}","MapDoc":"","Source":"$uri.path$",'
+           '"Properties":{"Band-N":"$/Images/%i/Bands/%b/IREPBAND$"}},'
+           '"Aliases":{"A":"F"},"Products":[PRODUCT]}').replace("PRODUCT", product).encode()
+    yield b'{"Products":[{"Name":"R","LayerDefinitions":[{"ref":"tessel_common.json#/ImageLayer"}]}]}'
+
+
 def seeds(target, shared):
     if target == "tre":
         return tre_records(shared)
     if target == "paths":
         return metadata_paths()
+    if target == "profile":
+        return profiles()
     if target == "vq":
         return vq_frames(shared)
     if target == "jpeg12":

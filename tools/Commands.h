@@ -45,5 +45,8 @@ Command histogramCommand();
 Command pathCommand();
 Command dumpCommand();
 Command sensorCommand();
+Command tableCommand();
+Command productCommand();
+Command profilesCommand();
 
 }  // namespace tessel_cli

@@ -3,13 +3,19 @@
 // the process-wide cache, and tells cheaply what kind of file a URI names.
 
 #include <functional>
+#include <memory>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "tessel/core/NITFMessages.h"
 #include "tessel/core/NITFType.h"
 #include "tessel/core/NITFURI.h"
 #include "tessel/core/any_type.h"
 #include "tessel/file/NITFFileContext.h"
+#include "tessel/products/NITFProduct.h"
+#include "tessel/products/NITFProductProfile.h"
 
 namespace Tessel {
 
@@ -48,6 +54,32 @@ public:
     // Forgets every cached type, file and block. Files held by contexts stay open but are
     // no longer found by their path.
     void clearCache();
+
+    // The product of a URI through the profile that the URI names, or else the first that
+    // claims the file in priority order, or "Generic". Empty, with the reason in `messages`,
+    // when the profile is unknown or the file doesn't open.
+    std::shared_ptr<NITFProduct> openProduct(const NITFURI& uri, NITFMessages& messages,
+                                             const ProfileEvalHooks& hooks = {});
+    // A loaded profile by alias, then by name (exactly); empty when there is none. The
+    // profiles of the configuration folders are loaded on first use; their messages go to
+    // the sink of the call that loads them.
+    std::shared_ptr<NITFProductProfile> getProfile(const std::wstring_view& name,
+                                                   NITFMessages& messages);
+    // The profiles of one file, definitions read at once, not entered in the tables.
+    std::vector<std::shared_ptr<NITFProductProfile>> loadProfileFile(const std::wstring_view& path,
+                                                                     NITFMessages& messages);
+    // (priority, name) of every loaded profile, in priority order.
+    std::vector<std::pair<int, std::wstring>> getAllProfiles(NITFMessages& messages);
+    // The processing templates of all profiles.
+    std::vector<std::wstring> getAllProcessingTemplates();
+    // The name of the first profile in priority order whose rules all hold, else "Generic".
+    std::wstring getBestMatchingProfile(const NITFURI& uri, NITFMessages& messages,
+                                        const ProfileEvalHooks& hooks = {});
+    // (score, name) of every profile whose score isn't 0, partial ones included.
+    std::vector<std::pair<int, std::wstring>> getMatchingProfiles(
+        const NITFURI& uri, NITFMessages& messages, const ProfileEvalHooks& hooks = {});
+    // Where each loaded profile came from: its file, or "built-in"; in priority order.
+    std::vector<std::pair<std::wstring, std::wstring>> getProfileOrigins(NITFMessages& messages);
 
 private:
     NITFFactory();

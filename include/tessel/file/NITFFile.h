@@ -15,6 +15,7 @@
 #include "tessel/core/any_type.h"
 #include "tessel/file/NITFFilePrivate.h"
 #include "tessel/image/ImageOptions.h"
+#include "tessel/tables/TableReader.h"
 
 namespace Tessel {
 
@@ -73,6 +74,11 @@ public:
                  NITFMessages& messages) const;
     bool setPathAsString(int image, const std::string_view& path, const std::string& value,
                          NITFMessages& messages) const;
+
+    // A reader of the table that `arguments` define, from the first maker that accepts them;
+    // nothing when none does. Malformed "Fields" or "Sources" throw the JSON library's
+    // exception. The reader points into this file's record: the file must outlive it.
+    std::shared_ptr<TableReader> getTableReader(const TableArguments& arguments);
 
     std::unique_ptr<NITFFilePrivate>& getPrivate();
 

@@ -14,6 +14,7 @@
 #include "tessel/core/NITFURI.h"
 #include "tessel/core/any_type.h"
 #include "tessel/image/ImageOptions.h"
+#include "tessel/tables/TableReader.h"
 
 namespace Tessel {
 
@@ -61,6 +62,8 @@ public:
     bool setPath(const std::string_view& path, const std::string& value,
                  NITFMessages& messages) const;
     bool setISD(const std::string_view& text, NITFMessages& messages) const;
+    // The file's table reader for `arguments`; nothing without a file.
+    std::shared_ptr<TableReader> getTableReader(const TableArguments& arguments) const;
 
 private:
     friend class NITFFactory;

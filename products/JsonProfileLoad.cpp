@@ -1,0 +1,334 @@
+// Loading product profiles from JSON files.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "products/AutoContext.h"
+#include "tessel/platform/base/nitf_log.h"
+#include "tessel/platform/base/text.h"
+#include "tessel/products/NITFProductJsonConfigProfile.h"
+
+namespace Tessel {
+
+using detail_profiles::AutoContext;
+using namespace Products;
+
+struct JsonProfileLoader {
+    static PropertySource loadSource(const AutoContext& element) {
+        PropertySource source;
+        if (!element.hasChildren()) {
+            source.path = element.getWideString();
+            return source;
+        }
+        element.checkKeys({"Path", "NotSet", "Map"});
+        if (!element.has("Path")) {
+            element.fail("Missing Path");
+            return source;
+        }
+        source.path = element.child("Path").getWideString();
+        if (element.has("NotSet")) {
+            source.notSet = element.child("NotSet").getValue(true);
+        }
+        for (const auto& [key, pair] : element.child("Map", true).children()) {
+            const auto items = pair.children();
+            if (items.size() < 2) {
+                pair.fail("Value needs two elements");
+                continue;
+            }
+            if (items.size() > 2) {
+                pair.fail("Value has too many elements");
+                continue;
+            }
+            source.map.emplace_back(items[0].second.getValue(true), items[1].second.getValue(true));
+        }
+        return source;
+    }
+
+    static std::vector<PropertySource> loadSourcePaths(const AutoContext& paths) {
+        std::vector<PropertySource> sources;
+        if (!paths.exists()) {
+            return sources;
+        }
+        if (!paths.hasChildren()) {
+            sources.push_back(loadSource(paths));
+            return sources;
+        }
+        for (const auto& [key, element] : paths.children()) {
+            sources.push_back(loadSource(element));
+        }
+        return sources;
+    }
+
+    static PropertyDefinition loadProperty(const AutoContext& entry, bool keyForm) {
+        PropertyDefinition definition;
+        if (!entry.hasChildren()) {
+            definition.sources.push_back({entry.getWideString(), {}, {}});
+            return definition;
+        }
+        entry.checkKeys({"Aliases", "SourcePaths", "Default"});
+        definition.aliases = entry.child("Aliases", !keyForm).getStringList();
+        definition.sources = loadSourcePaths(entry.child("SourcePaths"));
+        const AutoContext fallback = entry.child("Default", !keyForm);
+        if (fallback.exists()) {
+            definition.defaultValue = fallback.getValue(true);
+        }
+        return definition;
+    }
+
+    static PropertyDefinitions loadProperties(const AutoContext& node) {
+        PropertyDefinitions properties;
+        for (const auto& [key, entry] : node.children()) {
+            properties[std::to_wstring(key)] = loadProperty(entry, false);
+        }
+        return properties;
+    }
+
+    static std::vector<MatchRule> loadMatchRules(const AutoContext& node) {
+        std::vector<MatchRule> rules;
+        for (const auto& [key, element] : node.children()) {
+            element.checkKeys({"Key", "Operator", "Value"});
+            MatchRule rule;
+            rule.property = loadProperty(element.child("Key"), true);
+            rule.op = element.child("Operator").getString();
+            rule.values = element.child("Value").getStringList();
+            rules.push_back(std::move(rule));
+        }
+        return rules;
+    }
+
+    static Source loadLayerSource(const AutoContext& node) {
+        if (!node.hasChildren()) {
+            return Source(node.getWideString());
+        }
+        node.checkKeys({"Template", "Arguments"});
+        const std::string name = node.child("Template").getString();
+        Source::Arguments arguments;
+        for (const auto& [key, value] : node.child("Arguments").children()) {
+            arguments[std::to_wstring(key)] = value.getWideString(true);
+        }
+        if (name.empty()) {
+            return Source(L"", L"", std::move(arguments));
+        }
+        std::string failure;
+        const auto found =
+            detail_profiles::findInsideFolder(detail_profiles::FunctionsFolder, name, failure);
+        if (found.empty()) {
+            node.child("Template").fail(failure);
+            return {};
+        }
+        std::ifstream in(found, std::ios::binary);
+        const std::string content{std::istreambuf_iterator<char>(in),
+                                  std::istreambuf_iterator<char>()};
+        return Source(L"", std::to_wstring(content), std::move(arguments));
+    }
+
+    static LayerDefinition loadLayer(const AutoContext& node) {
+        node.checkKeys({"Type", "Key", "Aliases", "Title", "DisplayLevel", "MapDoc", "Disposition",
+                        "Match", "Source", "Bands", "Properties"});
+        LayerDefinition layer;
+        layer.Type = ToLayerType(node.child("Type").getString());
+        layer.Key = node.child("Key").getWideString();
+        layer.Aliases = node.child("Aliases", true).getStringList();
+        layer.Title = node.child("Title").getWideString();
+        layer.DisplayLevelTemplate = node.child("DisplayLevel", true).getWideString();
+        layer.MapDoc = node.child("MapDoc").getWideString(true);
+        const AutoContext disposition = node.child("Disposition", true);
+        layer.Disposition = disposition.exists() ? LayerDisposition(disposition.getString())
+                                                 : LayerDisposition(false, true, true, true);
+        layer.Match = loadMatchRules(node.child("Match", true));
+        layer.Source = loadLayerSource(node.child("Source"));
+        // Only image layers have bands; the file's band count settles their number later.
+        const AutoContext bands = node.child("Bands", true);
+        for (const auto& [key, band] :
+             layer.Type == Image ? bands.children() : decltype(bands.children()){}) {
+            PropertyDefinitions values;
+            for (const auto& [name, value] : band.children()) {
+                values[std::to_wstring(name)].defaultValue = value.getValue(true);
+            }
+            layer.Bands.push_back(std::move(values));
+        }
+        layer.Properties = loadProperties(node.child("Properties", true));
+        return layer;
+    }
+
+    static MosaicDefinition loadMosaic(const AutoContext& node, std::set<std::wstring>& templates) {
+        node.checkKeys(
+            {"ItemURI", "Footprint", "ProcessingTemplate", "Variables", "Properties", "Match"});
+        MosaicDefinition mosaic;
+        const AutoContext item = node.child("ItemURI");
+        item.checkKeys({"Path", "Key", "Tag", "Group", "DisplayName", "ProductName",
+                        "SourceTimeStamp", "Properties"});
+        ItemURIDefinition uri;
+        uri.Path = item.child("Path").getWideString();
+        uri.Key = item.child("Key").getWideString();
+        uri.Tag = item.child("Tag").getWideString();
+        uri.Group = item.child("Group").getWideString();
+        uri.DisplayName = item.child("DisplayName").getWideString();
+        uri.ProductName = item.child("ProductName").getWideString();
+        uri.SourceTimeStamp = item.child("SourceTimeStamp").getWideString();
+        uri.Properties = loadProperties(item.child("Properties"));
+        mosaic.ItemURIs.push_back(std::move(uri));
+        mosaic.Footprint = node.child("Footprint").getWideString();
+        mosaic.ProcessingTemplate = node.child("ProcessingTemplate").getWideString();
+        templates.insert(mosaic.ProcessingTemplate);
+        mosaic.Variables = loadProperties(node.child("Variables"));
+        mosaic.Properties = loadProperties(node.child("Properties"));
+        mosaic.Match = loadMatchRules(node.child("Match", true));
+        return mosaic;
+    }
+
+    // A required, non-empty string.
+    static std::wstring requiredText(const AutoContext& node) {
+        std::wstring text = node.getWideString();
+        if (node.exists() && text.empty() && !node.hasChildren()) {
+            node.fail("Value should not be empty.");
+        }
+        return text;
+    }
+
+    static int positiveInteger(const AutoContext& node) {
+        if (!node.exists()) {
+            return 0;
+        }
+        const std::string text = node.getString();
+        const bool digits =
+            !text.empty() && text.size() <= 9 &&
+            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+        const int value = digits ? std::stoi(text) : 0;
+        if (value < 1) {
+            node.fail(fmt::format("Value '{}' must be a positive integer.", text));
+            return 0;
+        }
+        return value;
+    }
+
+    // One product; null when a read failed (its messages are in the sink) or the name filter
+    // leaves it out.
+    static std::shared_ptr<NITFProductJsonConfigProfile> loadProduct(const AutoContext& node,
+                                                                     bool loadDefinitions,
+                                                                     const std::wstring& filter) {
+        NITFMessages& messages = node.messages();
+        const size_t before = messages.size();
+        auto profile = std::make_shared<NITFProductJsonConfigProfile>();
+        profile->file_ = node.file();
+        node.checkKeys({"Name", "Title", "Type", "Priority", "Base", "ShowGeneric", "Match",
+                        "LayerDefinitions", "MosaicDefinitions", "Properties"});
+        const auto failed = [&] { return messages.size() != before; };
+        profile->name_ = requiredText(node.child("Name"));
+        if (failed() || (!filter.empty() && profile->name_ != filter)) {
+            return nullptr;
+        }
+        profile->title_ = requiredText(node.child("Title"));
+        profile->type_ = requiredText(node.child("Type"));
+        profile->priority_ = positiveInteger(node.child("Priority"));
+        profile->base_ = node.child("Base", true).getWideString();
+        const std::string showGeneric = node.child("ShowGeneric", true).getString();
+        profile->showGeneric_ = showGeneric == "true" || showGeneric == "-1";
+        profile->match_ = loadMatchRules(node.child("Match"));
+        if (loadDefinitions) {
+            for (const auto& [key, layer] : node.child("LayerDefinitions").children()) {
+                profile->layers_.push_back(loadLayer(layer));
+            }
+            for (const auto& [key, mosaic] : node.child("MosaicDefinitions").children()) {
+                profile->mosaics_.push_back(loadMosaic(mosaic, profile->processingTemplates_));
+            }
+            profile->definitionsLoaded_ = true;
+        } else {
+            // Processing templates are known at start-up too.
+            for (const auto& [key, mosaic] : node.child("MosaicDefinitions").children()) {
+                const AutoContext processing = mosaic.child("ProcessingTemplate", true);
+                if (processing.exists() && !processing.hasChildren()) {
+                    profile->processingTemplates_.insert(processing.getWideString());
+                }
+            }
+        }
+        profile->properties_ = loadProperties(node.child("Properties", true));
+        return failed() ? nullptr : profile;
+    }
+
+    static std::vector<std::shared_ptr<NITFProductJsonConfigProfile>> load(
+        const std::shared_ptr<const detail_profiles::Tree>& tree, const std::wstring& path,
+        bool loadDefinitions, const std::wstring& filter,
+        NITFProductJsonConfigProfile::AliasTable& aliases, NITFMessages& messages) {
+        std::vector<std::shared_ptr<NITFProductJsonConfigProfile>> profiles;
+        detail_profiles::LoadState state;
+        state.messages = &messages;
+        const AutoContext root(state, std::filesystem::path(path), tree);
+        for (const auto& [key, product] : root.child("Products", true).children()) {
+            if (auto profile = loadProduct(product, loadDefinitions, filter)) {
+                profiles.push_back(std::move(profile));
+            }
+        }
+        for (const auto& [alias, name] : root.child("Aliases", true).children()) {
+            const std::wstring target = name.getWideString();
+            if (!alias.empty() && !target.empty()) {
+                aliases[std::to_wstring(alias)] = target;
+            }
+        }
+        return profiles;
+    }
+};
+
+std::vector<std::shared_ptr<NITFProductJsonConfigProfile>>
+NITFProductJsonConfigProfile::createProductProfiles(const std::wstring& path, bool loadDefinitions,
+                                                    const std::wstring& nameFilter,
+                                                    AliasTable& aliases, NITFMessages& messages) {
+    std::string failure;
+    const auto tree = detail_profiles::readProfileTree(std::filesystem::path(path), failure);
+    if (!tree) {
+        messages.push_back(fmt::format("{}: {}", std::to_string(path), failure));
+        return {};
+    }
+    return JsonProfileLoader::load(tree, path, loadDefinitions, nameFilter, aliases, messages);
+}
+
+std::vector<std::shared_ptr<NITFProductJsonConfigProfile>>
+NITFProductJsonConfigProfile::createProductProfilesFromText(
+    const std::string& text, const std::wstring& path, bool loadDefinitions,
+    const std::wstring& nameFilter, AliasTable& aliases, NITFMessages& messages) {
+    std::string failure;
+    const auto tree = detail_profiles::parseProfileText(text, failure);
+    if (!tree) {
+        messages.push_back(fmt::format("{}: {}", std::to_string(path), failure));
+        return {};
+    }
+    return JsonProfileLoader::load(tree, path, loadDefinitions, nameFilter, aliases, messages);
+}
+
+void NITFProductJsonConfigProfile::reloadDefinitions() const {
+    const std::lock_guard lock(definitionsMutex_);
+    if (definitionsLoaded_) {
+        return;
+    }
+    AliasTable aliases;
+    NITFMessages messages;
+    const auto profiles = createProductProfiles(file_.wstring(), true, name_, aliases, messages);
+    if (profiles.size() == 1) {
+        layers_ = profiles.front()->layers_;
+        mosaics_ = profiles.front()->mosaics_;
+    }
+    // Nobody waits for these messages: the profile was loaded before, without definitions.
+    if (nitf_log::is_enabled(nitf_log::warning)) {
+        for (const auto& message : messages) {
+            nitf_log::write_logln(nitf_log::warning, std::string_view(message));
+        }
+    }
+    definitionsLoaded_ = true;
+}
+
+const std::vector<LayerDefinition>& NITFProductJsonConfigProfile::getLayerDefinitions() const {
+    reloadDefinitions();
+    return layers_;
+}
+
+const std::vector<MosaicDefinition>& NITFProductJsonConfigProfile::getMosaicDefinitions() const {
+    reloadDefinitions();
+    return mosaics_;
+}
+
+std::vector<std::wstring> NITFProductJsonConfigProfile::getProcessingTemplates() const {
+    return {processingTemplates_.begin(), processingTemplates_.end()};
+}
+
+}  // namespace Tessel

@@ -1,0 +1,180 @@
+// Every corpus TRE with repeating groups that the record layer describes, read as a table:
+// the cells equal the values that the metadata paths give for the same fields.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/TestPaths.h"
+#include "tessel/file/NITFFactory.h"
+#include "tessel/file/NITFFile.h"
+#include "tessel/platform/base/text.h"
+#include "tessel/tables/TableReader.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct TableSpec {
+    std::string tag;
+    std::string type;  // "SingleTRE" or "SingleTRENested"
+    // The count field, or for nested tables the outer and inner count fields.
+    std::string outerCount;
+    std::string innerCount;
+    std::vector<std::string> outerColumns;  // indexed by the outer level only
+    std::vector<std::string> innerColumns;  // indexed by both levels
+};
+
+const std::vector<TableSpec>& tableSpecs() {
+    static const std::vector<TableSpec> specs{
+        {"J2KLRA", "SingleTRE", "NLAYERS_O", "", {"LAYER_ID", "BITRATE"}, {}},
+        {"ENGRDA", "SingleTRE", "RECNT", "", {"ENGLBL", "ENGMTXC", "ENGMTXR", "ENGDATC"}, {}},
+        {"HISTOA", "SingleTRE", "NEVENTS", "", {"PDATE", "PSITE", "PAS", "NIPCOM", "OBPP"}, {}},
+        {"HISTOA", "SingleTRENested", "NEVENTS", "NIPCOM", {"PDATE"}, {"IPCOM"}},
+        {"SENSRB",
+         "SingleTRENested",
+         "TIME_STAMPED_DATA_SETS",
+         "TIME_STAMP_COUNT",
+         {"TIME_STAMP_TYPE"},
+         {"TIME_STAMP_TIME", "TIME_STAMP_VALUE"}},
+        {"SENSRB",
+         "SingleTRENested",
+         "PIXEL_REFERENCED_DATA_SETS",
+         "PIXEL_REFERENCE_COUNT",
+         {"PIXEL_REFERENCE_TYPE"},
+         {"PIXEL_REFERENCE_ROW", "PIXEL_REFERENCE_COLUMN"}},
+        {"SENSRB",
+         "SingleTRENested",
+         "POINT_SET_DATA",
+         "POINT_COUNT",
+         {"POINT_SET_TYPE"},
+         {"P_ROW", "P_COLUMN"}},
+    };
+    return specs;
+}
+
+// Corpus files whose manifest lists the tag among the image TREs.
+std::vector<fs::path> corpusFilesWithTre(const std::string& tag) {
+    const fs::path corpus = fs::path(TESSEL_SHARED_DIR) / "corpus";
+    std::ifstream manifest(corpus / "MANIFEST.tsv");
+    std::vector<fs::path> files;
+    std::string line;
+    std::getline(manifest, line);
+    while (std::getline(manifest, line)) {
+        std::vector<std::string> columns;
+        std::stringstream split(line);
+        for (std::string column; std::getline(split, column, '\t');) {
+            columns.push_back(column);
+        }
+        if (columns.size() > 11 && columns[11].find(tag) != std::string::npos &&
+            columns[6].rfind("NITF", 0) == 0 && fs::exists(corpus / columns[0])) {
+            files.push_back(corpus / columns[0]);
+        }
+    }
+    return files;
+}
+
+std::string trimmed(std::string text) {
+    const size_t first = text.find_first_not_of(' ');
+    const size_t last = text.find_last_not_of(' ');
+    return first == std::string::npos ? std::string() : text.substr(first, last - first + 1);
+}
+
+std::string cellText(const any_type::value& value) {
+    if (const auto* text = std::get_if<std::wstring>(&value)) {
+        return std::to_string(*text);
+    }
+    if (const auto* text = std::get_if<std::string>(&value)) {
+        return *text;
+    }
+    return "<empty>";
+}
+
+Tessel::TableArguments definitionOf(const TableSpec& spec, int image) {
+    std::string fields = "[";
+    for (const auto& column : spec.outerColumns) {
+        fields += std::string(fields.size() > 1 ? "," : "") + "{\"name\":\"" + column +
+                  (spec.innerCount.empty() ? "" : ".i") + "\",\"type\":\"string\"}";
+    }
+    for (const auto& column : spec.innerColumns) {
+        fields += std::string(fields.size() > 1 ? "," : "") + "{\"name\":\"" + column +
+                  ".i.j\",\"type\":\"string\"}";
+    }
+    fields += "]";
+    const std::string sources = "[{\"name\":\"" + spec.tag +
+                                "\",\"segment\":\"Images\",\"index\":" + std::to_string(image) +
+                                "}]";
+    const std::string rows = spec.innerCount.empty()
+                                 ? spec.outerCount
+                                 : "i=" + spec.outerCount + ",j=" + spec.innerCount + ".i";
+    return {{L"TableType", std::to_wstring(spec.type)},
+            {L"Fields", fields},
+            {L"Sources", sources},
+            {L"RowCountField", rows}};
+}
+
+TEST(TableCorpus, RepeatingGroupCellsEqualTheirMetadataPaths) {
+    if (!fs::exists(fs::path(TESSEL_SHARED_DIR) / "corpus" / "MANIFEST.tsv")) {
+        GTEST_SKIP() << "no shared corpus";
+    }
+    size_t tables = 0;
+    size_t cells = 0;
+    for (const TableSpec& spec : tableSpecs()) {
+        for (const fs::path& path : corpusFilesWithTre(spec.tag)) {
+            SCOPED_TRACE(path.string() + " " + spec.tag + " " + spec.type);
+            Tessel::NITFMessages messages;
+            auto context = Tessel::NITFFactory::get().open(
+                Tessel::NITFURI(std::string_view(path.string())), messages);
+            ASSERT_TRUE(context);
+            const Tessel::NITFFile& file = context.getFile();
+            for (int image = 0; image < static_cast<int>(context.getNumberImages()); ++image) {
+                const std::string base = "/Images/" + std::to_string(image) + "/TREs/" + spec.tag;
+                const std::string whole = file.getPathString(image, base + "?JSON", "");
+                if (whole.empty()) {
+                    continue;
+                }
+                // A TRE that comes twice is an array of them: the table reads the first.
+                const std::string prefix = whole.front() == '[' ? base + "/0" : base;
+                auto reader = context.getTableReader(definitionOf(spec, image));
+                ASSERT_TRUE(reader);
+                const int64_t outer = file.getPathInt(image, prefix + "/" + spec.outerCount, 0);
+                int row = 0;
+                for (int64_t i = 0; i < outer; ++i) {
+                    const std::string at = "/" + std::to_string(i);
+                    const int64_t inner =
+                        spec.innerCount.empty()
+                            ? 1
+                            : file.getPathInt(image, prefix + "/" + spec.innerCount + at, 0);
+                    for (int64_t j = 0; j < inner; ++j, ++row) {
+                        ASSERT_LT(row, reader->GetRowCount());
+                        int column = 0;
+                        for (const auto& name : spec.outerColumns) {
+                            EXPECT_EQ(trimmed(cellText(reader->GetValue(row, column++))),
+                                      file.getPathString(image, prefix + "/" + name + at, ""))
+                                << name << " row " << row;
+                            ++cells;
+                        }
+                        for (const auto& name : spec.innerColumns) {
+                            const std::string inside = at + "/" + std::to_string(j);
+                            EXPECT_EQ(trimmed(cellText(reader->GetValue(row, column++))),
+                                      file.getPathString(image, prefix + "/" + name + inside, ""))
+                                << name << " row " << row;
+                            ++cells;
+                        }
+                    }
+                }
+                EXPECT_EQ(reader->GetRowCount(), row);
+                ++tables;
+            }
+        }
+    }
+    std::printf("%zu tables, %zu cells compared\n", tables, cells);
+    EXPECT_GT(tables, 10U);
+    EXPECT_GT(cells, 100U);
+    Tessel::NITFFactory::get().clearCache();
+}
+
+}  // namespace

@@ -40,9 +40,10 @@ bool Arguments::has(const std::string& flag) const {
 }
 
 const std::vector<Command>& commands() {
-    static const std::vector<Command> all{
-        versionCommand(), versionsCommand(),  uriCommand(),    configCommand(), infoCommand(),
-        readCommand(),    histogramCommand(), recordCommand(), pathCommand(),   dumpCommand()};
+    static const std::vector<Command> all{versionCommand(),   versionsCommand(), uriCommand(),
+                                          configCommand(),    infoCommand(),     readCommand(),
+                                          histogramCommand(), recordCommand(),   pathCommand(),
+                                          dumpCommand(),      copyCommand()};
     return all;
 }
 

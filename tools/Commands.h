@@ -44,5 +44,6 @@ Command readCommand();
 Command histogramCommand();
 Command pathCommand();
 Command dumpCommand();
+Command copyCommand();
 
 }  // namespace tessel_cli

@@ -41,9 +41,9 @@ bool Arguments::has(const std::string& flag) const {
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> all{
-        versionCommand(), versionsCommand(),  uriCommand(),    configCommand(), infoCommand(),
-        readCommand(),    histogramCommand(), recordCommand(), pathCommand(),   dumpCommand(),
-        sensorCommand(),  tableCommand(),     productCommand(), profilesCommand()};
+        versionCommand(), versionsCommand(),  uriCommand(),     configCommand(),   infoCommand(),
+        readCommand(),    histogramCommand(), recordCommand(),  pathCommand(),     dumpCommand(),
+        sensorCommand(),  tableCommand(),     productCommand(), profilesCommand(), copyCommand()};
     return all;
 }
 

@@ -48,5 +48,6 @@ Command sensorCommand();
 Command tableCommand();
 Command productCommand();
 Command profilesCommand();
+Command copyCommand();
 
 }  // namespace tessel_cli

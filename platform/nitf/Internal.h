@@ -9,6 +9,7 @@
 
 #include "tessel/platform/nitf/nitf_GraphicSubheader.h"
 #include "tessel/platform/nitf/nitf_ImageSubheader.h"
+#include "tessel/platform/nitf/nitf_Writer.h"
 
 namespace tessel_nitf {
 
@@ -30,6 +31,10 @@ void destroyBands(nitf_ImageSubheader* subheader);
 bool constructSymbolFields(nitf_GraphicSubheader* subheader, nitf_Error* error);
 
 void setError(nitf_Error* error, int code, const std::string& message);
+
+// The write handlers behind nitf_Writer_newImageWriter and the segment writers.
+nitf_WriteHandler* newImageRowsWriter(nitf_ImageSubheader* subheader, nitf_Error* error);
+nitf_WriteHandler* newSegmentSourceWriter(nitf_Error* error);
 
 template <typename... Args>
 void failf(nitf_Error* error, int code, fmt::format_string<Args...> format, Args&&... args) {

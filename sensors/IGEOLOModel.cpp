@@ -33,7 +33,7 @@ struct IgeoloFields {
     std::string igeolo;
 };
 
-std::optional<IgeoloFields> usableFields(std::string icords, std::string igeolo) {
+std::optional<IgeoloFields> usableFields(const std::string& icords, std::string igeolo) {
     if (icords == "UNKNOWN" || igeolo == "UNKNOWN") {
         return std::nullopt;
     }

@@ -213,7 +213,7 @@ protected:
         Json pairs = Json::array();
         for (const auto& c : copies) {
             if (!isTableOfContents(c.original)) {
-                pairs.push_back({c.original.string(), c.copy.string()});
+                pairs.push_back({c.original.string(), c.copy.string(), c.notStable.empty()});
             }
         }
         const fs::path listing = folder_ / "pairs.json";

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // The file extensions of the NITF family: NITF and NSIF names and the raster product
 // families. Internal to the library.
 
@@ -43,3 +46,5 @@ const NarrowSet& narrowSet();
 const WideSet& wideSet();
 
 }  // namespace Tessel::NITFExtensions
+
+TESSEL_INTERNAL_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // The process-wide cache of the file model: the type of each path seen, the files open now
 // (level 1, weak references) and the files closed a moment ago (level 2, kept alive for a
 // time to live). Reached through NITFFactory and NITFFileContext only.
@@ -133,3 +136,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_INTERNAL_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // The rules of j2k.json: conditions on a codestream and the image, and a quality layer limit
 // or distortion limit that they set. Built once per process from the configuration folders.
 
@@ -58,3 +61,5 @@ void applyJ2KRules(const std::vector<J2KRule>& rules, const J2KRuleSubject& subj
                    uint32_t& layers, float& rmse);
 
 }  // namespace Tessel
+
+TESSEL_INTERNAL_END

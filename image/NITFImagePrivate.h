@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // The state of one NITFImage: what the subheader says about the image as a whole, the tile
 // factory that knows its pixel grid, its pyramid levels and its histogram cache.
 
@@ -49,3 +52,5 @@ eCompressionType imageCompressionFromIC(std::string_view code);
 uint32_t halvingsForFactor(double factor);
 
 }  // namespace Tessel
+
+TESSEL_INTERNAL_END

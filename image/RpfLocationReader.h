@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // Reads the bytes of one RPF component location of an image (colour tables, compression
 // tables, masks...). The bytes are fetched from the file on demand and kept: a request for
 // n bytes at position p within the location makes the buffer reach p + n. All multi-byte
@@ -49,3 +52,5 @@ private:
 std::vector<LocationTable> parseLocationSection(const uint8_t* data, size_t size);
 
 }  // namespace Tessel
+
+TESSEL_INTERNAL_END

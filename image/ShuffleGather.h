@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // A vector gather for the strided copies of interleaved samples: on processors with byte
 // shuffles (SSSE3) sixteen bytes of output are put together from 16 x stride bytes of
 // source at a time, each big-endian element swapped to host order on the way.
@@ -18,3 +21,5 @@ size_t shuffleGather(size_t elementSize, const uint8_t* source, uint8_t* destina
                      size_t start, size_t stride);
 
 }  // namespace Tessel
+
+TESSEL_INTERNAL_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // The tile factory makers of the image sources, registered from one place in a fixed order
 // (the codec makers first, then the uncompressed one, which accepts what they leave).
 
@@ -39,3 +42,5 @@ std::unique_ptr<TileFactory> makeErrorTileFactory(const NITFImage* image);
 void registerBuiltinTileFactories();
 
 }  // namespace Tessel
+
+TESSEL_INTERNAL_END

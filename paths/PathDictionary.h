@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // The path dictionary: which keys a file offers, in which order, and how each maps onto the
 // NITRO record. Every builder records pointers into the record only; the children of a
 // segment are made when the walker enters them.
@@ -116,3 +119,5 @@ Node encode_segment_data(int index, PathContext& context, std::string_view name,
 Dict encodeXMLContent(std::string_view bytes, Tessel::NITFMessages& messages, const PathList& path);
 
 }  // namespace NITFPathInternal
+
+TESSEL_INTERNAL_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // The "RPFTables" dictionary of an image: the RPF sections that its location records list.
 
 #include <vector>
@@ -12,3 +15,5 @@ namespace NITFPathInternal {
 Dict encodeRpfTables(const std::vector<RpfLocation>& locations, const RpfByteSource& source);
 
 }  // namespace NITFPathInternal
+
+TESSEL_INTERNAL_END

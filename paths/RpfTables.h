@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // The raster product (RPF) sections of a CADRG or CIB frame, read from the places that the
 // location section of the image's RPFIMG extension lists. The result is an ordered tree of
 // texts, objects and arrays that the path dictionary turns into its "RPFTables" entry.
@@ -42,3 +45,5 @@ nlohmann::ordered_json readRpfTables(const std::vector<RpfLocation>& locations,
                                      const RpfByteSource& source);
 
 }  // namespace NITFPathInternal
+
+TESSEL_INTERNAL_END

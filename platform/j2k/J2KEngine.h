@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // A JPEG 2000 decoding engine as the C8 tile factory sees it: a codestream opened on a
 // seekable source with some resolution levels discarded, its geometry and coding parameters,
 // and regions of chosen components decoded into the caller's buffers. Messages go to a
@@ -105,3 +108,5 @@ std::shared_ptr<const Engine> openJpegEngine();
 std::shared_ptr<const Engine> defaultEngine();
 
 }  // namespace tessel_j2k
+
+TESSEL_INTERNAL_END

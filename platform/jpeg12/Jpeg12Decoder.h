@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // A decoder of sequential-DCT JPEG streams with 12-bit samples (SOF0/SOF1, Huffman coded,
 // restart intervals, one to four components with any sampling factors in one interleaved
 // scan). Its arithmetic is that of the integer "islow" inverse DCT, fancy upsampling of
@@ -158,3 +161,5 @@ private:
 };
 
 }  // namespace Tessel::jpeg12
+
+TESSEL_INTERNAL_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The structured image identifier that certain producers write into a NITF image's
 // identifier field: acquisition date, mission and operation.
 
@@ -41,3 +44,5 @@ std::ostream& operator<<(std::ostream& os, const ImageID& id);
 std::wostream& operator<<(std::wostream& os, const ImageID& id);
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The caller-owned message sink of every fallible file operation: an ordered list of
 // narrow texts. Operations append and never clear; the first message is the one a
 // failing constructor throws with.
@@ -11,3 +14,5 @@ namespace Tessel {
 using NITFMessages = std::vector<std::string>;
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

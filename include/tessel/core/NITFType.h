@@ -1,5 +1,8 @@
 #pragma once
 
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
+
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -30,3 +33,5 @@ std::ostream& operator<<(std::ostream& os, const NITFType& type);
 std::wostream& operator<<(std::wostream& os, const NITFType& type);
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

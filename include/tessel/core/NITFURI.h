@@ -1,5 +1,8 @@
 #pragma once
 
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -124,3 +127,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

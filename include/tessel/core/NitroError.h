@@ -1,5 +1,8 @@
 #pragma once
 
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
+
 #include <initializer_list>
 #include <string_view>
 #include <vector>
@@ -18,3 +21,5 @@ bool checkNitroError(const nrt_Error& error, NITFMessages& messages,
                      const std::vector<std::string_view>& context, bool failed = false);
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

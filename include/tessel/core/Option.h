@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A configuration option: a key of the section "Preferences" with a default. The store
 // is read at the first use only; later changes of the store don't reach a running process.
 
@@ -103,3 +106,5 @@ private:
 };
 
 }  // namespace nitf_config
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Every configuration option of the library, each a key of the section "Preferences".
 
 #include "tessel/core/Option.h"
@@ -44,3 +47,5 @@ extern nitf_config::option<double> s_opt_lumo_thread_pool_interactive_scale_fact
 extern nitf_config::option<double> s_opt_lumo_thread_pool_background_scale_factor;
 
 }  // namespace lumo_concurrency
+
+TESSEL_PUBLIC_END

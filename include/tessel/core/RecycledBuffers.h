@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Large byte buffers handed back for reuse instead of to the C library.
 //
 // Blocks of the I/O pool and decoded tiles come and go by the megabyte. Freed to the C
@@ -64,3 +67,5 @@ struct Allocator {
 };
 
 }  // namespace Tessel::RecycledBuffers
+
+TESSEL_PUBLIC_END

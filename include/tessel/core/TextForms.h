@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Text helpers of the Tessel namespace.
 
 #include <string>
@@ -13,3 +16,5 @@ std::string ToString(double value);
 std::wstring ToWString(double value);
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

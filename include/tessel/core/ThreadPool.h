@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A pool of worker threads that run packaged tasks. A single task never changes threads,
 // duplicate ids run once, and a worker that waits for a lock runs other queued tasks.
 
@@ -262,3 +265,5 @@ private:
 };
 
 }  // namespace lumo_concurrency
+
+TESSEL_PUBLIC_END

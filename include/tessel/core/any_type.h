@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The tagged value in which metadata, options and path results travel.
 
 #include <cstdint>
@@ -37,3 +40,5 @@ std::optional<double> to_double(const value& v);
 value decode(const std::wstring_view& text);
 
 }  // namespace any_type
+
+TESSEL_PUBLIC_END

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
+
 #include <cstdint>
 #include <iosfwd>
 #include <string_view>
@@ -33,3 +36,5 @@ std::ostream& operator<<(std::ostream& os, const eColorInterpretation& color);
 std::wostream& operator<<(std::wostream& os, const eColorInterpretation& color);
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
+
 #include <cstdint>
 #include <iosfwd>
 #include <string_view>
@@ -46,3 +49,5 @@ std::ostream& operator<<(std::ostream& os, const eCompressionType& type);
 std::wostream& operator<<(std::wostream& os, const eCompressionType& type);
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Whole segment bodies of one file, kept in memory by key until the file closes. Queries
 // on one file may run on several threads at once, so the map has a lock of its own; entries
 // are never removed, so a reference to one stays valid as long as the cache.
@@ -23,3 +26,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

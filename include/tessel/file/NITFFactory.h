@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The entry to the file model: starts the NITF subsystem on first use, opens files through
 // the process-wide cache, and tells cheaply what kind of file a URI names.
 
@@ -89,3 +92,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

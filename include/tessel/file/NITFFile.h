@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // One open NITF file: a NITRO record parsed from a block-cached input. A file is always
 // held by a shared pointer: contexts share it, and the warehouse keeps it warm for a moment
 // after the last context has gone.
@@ -87,3 +90,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

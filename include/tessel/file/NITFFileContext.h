@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // What a host holds of an open file: the URI it asked for and a shared file. When the last
 // context of a cached file ends, the file moves to the warehouse's second level, where it
 // stays warm for a short time to live.
@@ -77,3 +80,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

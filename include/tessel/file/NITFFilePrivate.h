@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The state of one open file: the NITRO objects it owns, the segment bodies read so far, the
 // images made of it, and the lock that guards the record of a file made for writing.
 
@@ -66,3 +69,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Descriptions of header and extension fields for people: JSON resource files in
 // "Resources/Raster/NITF/TREs", one per header or extension, found and kept on first use.
 // A path ending in "@Info" reads them instead of a field's value.
@@ -52,3 +55,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

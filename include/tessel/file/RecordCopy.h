@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Output that appears whole or not at all, and the copy of an open file through the record
 // layer.
 
@@ -27,3 +30,5 @@ nrt_IOInterface* openOutput(const std::string& path, std::string& error);
 bool copyRecord(const NITFFileContext& context, nrt_IOInterface* output, std::string& error);
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Which view of an image segment a caller wants. Plain value, used as a cache key: images
 // are ordered by segment, level, mode and layers, in that order.
 
@@ -24,3 +27,5 @@ struct ImageOptions {
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

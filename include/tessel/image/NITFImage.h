@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // One image segment of a NITF file at one pyramid level. The object keeps what the
 // subheader says about the image as a whole; the pixel grid and all pixel traffic belong to
 // its tile factory and the tile pool. Path operations forward to the file with this image's
@@ -138,3 +141,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The base of every concrete tile factory: the pixel grid of an image segment as its
 // subheader gives it, the offsets of its image data, and the table of block locations.
 // A concrete factory adapts the geometry by overwriting these fields in its constructor.
@@ -105,3 +108,5 @@ void swappingCopy(size_t elementSize, const uint8_t* source, uint8_t* destinatio
                   size_t sourceLength, size_t start, size_t stride);
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // JPEG-compressed images (IC C3 and M3): one JPEG stream per block, holding all bands of the
 // block. The streams are found by scanning the image data for their markers; streams
 // without tables get the NITF JPEG profile's defaults; 8-bit streams decode through
@@ -67,3 +70,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

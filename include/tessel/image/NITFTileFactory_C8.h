@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // JPEG 2000 images (IC C8 and M8) decoded through the library's J2K engine. A tile of the
 // image is a tile of the codestream, a pyramid level is a number of discarded resolution
 // levels, and the rules of j2k.json may limit the quality layers or the distortion decoded.
@@ -99,3 +102,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // JPEG 2000 images (IC C8 and M8) decoded by OpenJPEG. A tile of the image is a tile of the
 // codestream, a pyramid level is a decoded resolution factor, and a small pool keeps decoders
 // open that have read the main header once.
@@ -95,3 +98,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A tile is one block of one band of an image at one pyramid level, in host-order samples.
 // It is made cheaply (no pixel memory) and decoded later by `load`, on whatever thread
 // needs it first; a tile that can't be decoded still exists, full of 0xFF bytes.
@@ -100,3 +103,5 @@ public:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A tile factory knows the pixel grid of one image and makes its tiles; it hides the
 // compression. One concrete factory per compression family; a registry picks the factory
 // for an image when the image is made.
@@ -86,3 +89,5 @@ std::unique_ptr<TileFactory> makeTileFactory(const NITFImage* image, const Image
 bool decodesPixels(const TileFactory& factory);
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

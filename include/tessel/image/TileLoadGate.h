@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The gate that a factory's queued tile loads pass through. Loads are queued on the tile
 // pool and may run after the read that queued them has returned; closing the gate waits for
 // the loads inside it and turns the later ones away, so that the factory (and its decoder)
@@ -27,3 +30,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The process-wide owner of decoded tiles: a time-to-live cache keyed by tile_id and a pool
 // of worker threads ("NITF TilePool Service"). A tile group is decoded at most once, however
 // many threads ask for it.
@@ -70,3 +73,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

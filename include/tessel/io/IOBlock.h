@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // One fixed-size block of a source: where it lies, the bytes read, and whether and how its
 // single read ended.
 
@@ -31,3 +34,5 @@ struct IOBlock {
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

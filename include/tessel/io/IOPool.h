@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The process-wide reading service: a table of cached blocks shared by all sources, and a
 // pool of workers ("NITF IOPool Service") that fill blocks. A read of one block runs on
 // the caller; a read of several is spread over the workers.
@@ -88,3 +91,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // One read of arbitrary offset and size, laid over the blocks of a source.
 
 #include <atomic>
@@ -34,3 +37,5 @@ struct IORequest {
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A readable thing named by a URI, read in blocks of a size fixed when the source is made.
 // Blocks live in the pool's table, keyed by the source's key and the block's index, so
 // every source over one file shares them.
@@ -60,3 +63,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // NITRO's byte source and sink over the block pool: reads go through IOPool, so that
 // everything NITRO parses comes from the block cache, and writes go to the file layer.
 
@@ -59,3 +62,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

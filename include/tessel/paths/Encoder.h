@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The output side of a path rendering: text is appended to a target string, characters
 // that may need escaping one at a time through a filter.
 
@@ -46,3 +49,5 @@ void encodeField(Encoder& encoder, nitf_Field* field);
 void encodeTypedField(Encoder& encoder, nitf_Field* field, std::string_view typeWord);
 
 }  // namespace NitroUtils
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The tree that a record, a segment or a TRE becomes when read as a dictionary. Containers
 // are usually filled on demand by providers, so that a query touches only the nodes on its
 // way; each entry into a node with a provider asks the provider afresh.
@@ -135,3 +138,5 @@ struct Array {
 const Node& emptyNode();
 
 }  // namespace NITFPathInternal
+
+TESSEL_PUBLIC_END

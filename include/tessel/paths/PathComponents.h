@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A path string taken apart: the path, and the query that says how its text is rendered
 // and refined (type conversion, range filter, reverse Polish expression, units).
 
@@ -51,3 +54,5 @@ struct PathComponents {
 // that differ from their defaults as sorted key=value pairs ("exp", "format", "parse",
 // "range", "units") joined by "&".
 std::wostream& operator<<(std::wostream& os, const PathComponents& components);
+
+TESSEL_PUBLIC_END

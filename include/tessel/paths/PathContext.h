@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The provider of everything that metadata paths read: a file's NITRO record, its reader,
 // its kept segment bodies and its images. A query builds a fresh tree for every call and
 // keeps nothing here.
@@ -54,3 +57,5 @@ public:
 // "FormatString", "FormatXML", "FormatJSON", "FormatRaw"; other numbers as "FormatString".
 std::ostream& operator<<(std::ostream& os, PathContext::FormatType format);
 std::wostream& operator<<(std::wostream& os, PathContext::FormatType format);
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Named functions that a profile template calls with "$:Name:Argument$". Modules register
 // theirs at start-up; "DateCalculator" is built in.
 
@@ -27,3 +30,5 @@ public:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The reading side of the path language: splitting a path into components, walking a
 // tree of nodes, and rendering the node reached in one of the output formats.
 
@@ -104,3 +107,5 @@ Node startNode(PathContext& context, int image, std::vector<std::string>& compon
                Tessel::NITFMessages& messages);
 
 }  // namespace NITFPathInternal
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The NITF record layer: NITRO's C API (nrt_* and nitf_* names). */
 
 #include "tessel/platform/nitf/nitf_BandInfo.h"
@@ -31,3 +34,5 @@
 #include "tessel/platform/nitf/nrt_Pair.h"
 #include "tessel/platform/nitf/nrt_System.h"
 #include "tessel/platform/nitf/nrt_Types.h"
+
+TESSEL_PUBLIC_END

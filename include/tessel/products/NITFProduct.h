@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A finished product: a URI, a title, a name and a type, layers with their display
 // documents, mosaics and properties. Made by a profile and shared.
 
@@ -56,3 +59,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

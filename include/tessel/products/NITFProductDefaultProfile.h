@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The built-in profile "Generic": one image layer and one mosaic item per image segment and
 // one feature layer per shape data extension segment, for any file of the NITF family. It
 // also makes the connection strings of shape data that templates reach through the paths
@@ -70,3 +73,5 @@ public:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A product profile loaded from a JSON file: its name, title, type and priority, the rules
 // that tell which files it claims, its layer and mosaic definitions, and its properties.
 // Definitions may be left out at start-up and read on first need.
@@ -103,3 +106,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A product profile: how a file becomes a product. Two kinds derive from it: the built-in
 // default profile and the profiles loaded from JSON files. Profiles store templates; an
 // evaluation against one file and one image index turns them into values.
@@ -99,3 +102,5 @@ public:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The vocabulary of products: layer types and dispositions, data sources, property
 // definitions and match rules, and the templates of layer, mosaic item and mosaic
 // definitions. A profile holds the definition forms (every string still a template); a
@@ -169,3 +172,5 @@ using MosaicDefinition = MosaicDefinitionT<PropertyDefinitions>;
 using Mosaic = MosaicDefinitionT<PropertyValues>;
 
 }  // namespace Tessel::Products
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Evaluation of property definitions, layer, item and mosaic definitions, and match rules.
 
 #include <functional>
@@ -50,3 +53,5 @@ Evaluator contextEvaluator(const NITFProductProfile::ComputeContext& context);
 std::wstring valueText(const any_type::value& value);
 
 }  // namespace Tessel::Products
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The four-corner model whose corners come from the BLOCKA record.
 
 #include <memory>
@@ -55,3 +58,5 @@ private:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

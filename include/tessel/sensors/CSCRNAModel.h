@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The four-corner model whose corners come from the CSCRNA record, each moved in by one
 // pixel step on the right and bottom edges.
 
@@ -49,3 +52,5 @@ private:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

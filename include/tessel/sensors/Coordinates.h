@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The coordinate values through which callers speak to every sensor model: image positions,
 // Earth-centred positions, geodetic positions in degrees and in radians, and heights. The
 // ellipsoid is WGS-84, fixed.
@@ -123,3 +126,5 @@ public:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Image support data for CSM plug-ins that don't know this library's files: a path becomes a
 // csm::Isd through a list of factories in priority order. Two are built in: "NITF" (1), which
 // reads the whole file into a csm::Nitf20Isd or csm::Nitf21Isd, and "FILE" (10000), which hands
@@ -71,3 +74,5 @@ public:
 };
 
 }  // namespace NitroUtils
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A mapping between image and ground from four geodetic corners alone: bilinear in the
 // image position, with the height playing no part. The concrete models differ only in where
 // the corners come from (BLOCKA, CSCRNA or the image subheader's IGEOLO).
@@ -110,3 +113,5 @@ private:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The CSM plug-ins of the four-corner models: VEXA_4C_IGEOLO, VEXA_4C_BLOCKA and
 // VEXA_4C_CSCRNA, one model each.
 
@@ -55,3 +58,5 @@ public:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The four-corner model whose corners come from the image subheader's ICORDS and IGEOLO.
 
 #include <memory>
@@ -46,3 +49,5 @@ std::optional<FourCornerModel::Corners> igeoloCorners(const std::string& icords,
                                                       const std::string& igeolo);
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // What a model policy reads support data through: a document (a model state or a JSON ISD)
 // or an open NITF file. Readers chain to a parent, so that a failure names where it happened
 // ("ConstructModelFromISD::TRE"), and send every failure to the caller's warning list.
@@ -112,3 +115,5 @@ private:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // One entry of the sensor factory's list: a model of one plug-in, with its priority and
 // whether it takes part in the choice of a model for a file.
 
@@ -49,3 +52,5 @@ protected:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // One CSM plug-in per model family, all made from this template: `VerifyIsd` decides whether
 // support data can yield a model, `ConstructModel` builds it. The template holds the whole
 // protocol with CSM clients: which data sources are acceptable, the enable option that
@@ -236,3 +239,5 @@ private:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

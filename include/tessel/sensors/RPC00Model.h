@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Image-to-ground and ground-to-image geometry from rational polynomial coefficients
 // (RPC00A or RPC00B support data).
 
@@ -175,3 +178,5 @@ private:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The CSM plug-in of the rational polynomial models, VEXA_RPC_A and VEXA_RPC_B.
 
 #include "tessel/csm/Model.h"
@@ -30,3 +33,5 @@ public:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

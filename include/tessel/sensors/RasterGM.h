@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The common base of this library's sensor models: a CSM raster model that also answers in
 // geodetic degrees, owns the parameter list with its marker, the display properties and
 // the model state format.
@@ -127,3 +130,5 @@ csm::Version configuredVersion();
 [[noreturn]] void throwParameterNotFound(const std::string& function);
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

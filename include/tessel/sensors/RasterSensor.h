@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The face of a sensor model for the library's clients: a movable handle on a CSM model with
 // plain getters and four mappings that answer nothing when the sensor is invalid. Warnings of
 // the model stay inside; its exceptions reach the caller.
@@ -82,3 +85,5 @@ private:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

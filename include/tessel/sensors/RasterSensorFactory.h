@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Everything that leads to a RasterSensor: the plug-in modules named by the configuration
 // files of "bin/csm" (lib/tessel/csm of the installation, or under $TESSEL_HOME), the ordered
 // list of model factories with their enabled state, the choice of a model for a file, and the
@@ -59,3 +62,5 @@ private:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Sources of model factories. The library's own provider, "VEXA", reaches every CSM plug-in:
 // those linked in and those loaded as modules from the folder "bin/csm/plugins"
 // (lib/tessel/csm/plugins of the installation, or under $TESSEL_HOME). Other modules may
@@ -40,3 +43,5 @@ public:
 };
 
 }  // namespace VEXASensors
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // "MultiTRE": one TRE per row, every TRE of the sources in source order; the cell of column
 // "NAME" is the TRE's field "NAME".
 
@@ -23,3 +26,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

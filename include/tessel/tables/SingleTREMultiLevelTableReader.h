@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // "SingleTRENested": the rows of nested repeating groups. "RowCountField" lists the levels,
 // outermost first, each "key=template" or a bare template that is its own key; rows are the
 // nested loops over the levels' counts, the last level fastest. Column names and level
@@ -42,3 +45,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

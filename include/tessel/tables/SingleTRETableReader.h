@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // "SingleTRE": the rows of one repeating group of one TRE. The row count is the value of the
 // field named by "RowCountField", and the cell of row r in column "NAME" is the field
 // "NAME[r]". Only the first TRE found by the sources is read.
@@ -26,3 +29,5 @@ private:
 };
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

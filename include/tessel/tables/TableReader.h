@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // TREs as tables of rows and typed columns. A table definition, given as data, names the
 // TREs, the segments to search, the columns and how rows are counted; a reader holds no copy
 // of the table and reads every cell from the TRE when it is asked for. Readers keep raw
@@ -95,3 +98,5 @@ private:
 std::string tableArgumentText(const TableArguments& arguments, std::wstring_view key);
 
 }  // namespace Tessel
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_INTERNAL_BEGIN
 // The description tables of the extensions the library reads without plug-ins, one file per
 // extension, and their registration with the TRE handler registry.
 
@@ -57,3 +60,5 @@ const NamedSet* builtinSets(size_t* count);
 
 // Registers every built-in set with the TRE handler registry, each under its own name.
 void tessel_registerBuiltinTREs(nitf_Error* error);
+
+TESSEL_INTERNAL_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Base64 text of binary bytes, with the standard alphabet of RFC 4648.
 
 #include <cstddef>
@@ -22,3 +25,5 @@ std::string base64_encode(std::string_view bytes);
 std::optional<std::vector<uint8_t>> base64_decode(std::string_view text);
 
 }  // namespace lumo_codec
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Concurrency services: execution contexts that decide how a task waits for a lock, the
 // tracing span, and the time-to-live cache with its process-wide sweeping service.
 
@@ -342,3 +345,5 @@ private:
 };
 
 }  // namespace lumo_concurrency
+
+TESSEL_PUBLIC_END

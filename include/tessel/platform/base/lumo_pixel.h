@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Sample types and single sample values. A pixel carries its type, its bit count and up to
 // two 8-byte values (the second for the imaginary part of a complex sample).
 
@@ -64,3 +67,5 @@ struct pixel {
 };
 
 }  // namespace lumo_pixel
+
+TESSEL_PUBLIC_END

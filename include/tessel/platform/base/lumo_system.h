@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Process and platform services: interactive mode, thread names, environment variables,
 // shared modules, and facts about the user, the machine and this library.
 
@@ -48,3 +51,5 @@ std::wstring get_computer_name();
 std::filesystem::path library_location();
 
 }  // namespace lumo_system
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The property store: named values grouped by section ("Preferences", "RasterSensors"),
 // kept in a JSON document, and the registry of configuration options.
 
@@ -62,3 +65,5 @@ protected:
 };
 
 }  // namespace nitf_config
+
+TESSEL_PUBLIC_END

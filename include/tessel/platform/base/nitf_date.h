@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // A calendar date with time of day, as NITF headers and ISO 8601 text carry it.
 
 #include <compare>
@@ -81,3 +84,5 @@ private:
 
 std::ostream& operator<<(std::ostream& os, const nitf_date& date);
 std::wostream& operator<<(std::wostream& os, const nitf_date& date);
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // The file layer: configuration folders, file status, and byte access to files.
 
 #include <cstddef>
@@ -127,3 +130,5 @@ private:
 
 }  // namespace ext
 }  // namespace nitf_fs
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Process-wide logging. Lines go to standard error through spdlog, or to a sink that the
 // host installs. Levels are 0 (information), 1 (warning) and 2 (error); a line is written
 // when its level reaches the threshold. The threshold comes from $TESSEL_LOG ("info",
@@ -34,3 +37,5 @@ void set_threshold(int level);
 int threshold();
 
 }  // namespace nitf_log
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Text conversions between UTF-8 narrow strings and wide strings (UTF-32 here).
 // The overloads live in std so that generic code can call std::to_string on any of them.
 
@@ -19,3 +22,5 @@ wstring to_wstring(bool value);
 string to_string(const nitf_date& date);
 wstring to_wstring(const nitf_date& date);
 }  // namespace std
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Named version listings: modules register a callback that describes what they hold
 // (versions, registered codecs, extensions), and a host collects them all on demand.
 
@@ -27,3 +30,5 @@ std::vector<std::string> registeredVersionNames();
 // "value"; the other listings still run. Callbacks run without any lock held, so that they
 // may themselves register or collect.
 nlohmann::ordered_json collectVersions(const std::map<std::string, std::string>& options = {});
+
+TESSEL_PUBLIC_END

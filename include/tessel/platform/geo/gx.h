@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Geodetic <-> Earth-centred conversion on an ellipsoid given by its semi-major axis a
  * (metres) and first eccentricity squared e2. Angles are in radians: lambda is the
  * longitude, phi the geodetic latitude; heights are metres above the ellipsoid.
@@ -34,3 +37,5 @@ int gx_xyz_to_lph(double a, double e2, double x, double y, double z, double* lam
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

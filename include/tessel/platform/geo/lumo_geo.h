@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Coordinate kinds that an image's corner can be given in, and their conversion to
 // geodetic degrees. Everything is on the WGS-84 ellipsoid. No operation throws: a value
 // that cannot be converted gives an empty optional.
@@ -71,3 +74,5 @@ std::optional<utm> mgrs_to_utm(std::string_view mgrs);
 std::optional<geodetic_degrees> mgrs_to_geodetic(std::string_view mgrs);
 
 }  // namespace lumo_geo
+
+TESSEL_PUBLIC_END

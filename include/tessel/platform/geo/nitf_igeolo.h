@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 // Reading of the image corner field IGEOLO of a NITF image subheader, interpreted by the
 // coordinate kind in ICORDS.
 
@@ -27,3 +30,5 @@ namespace nitf_igeolo {
 std::optional<lumo_geo::corners> parse(char icords, std::string_view igeolo);
 
 }  // namespace nitf_igeolo
+
+TESSEL_PUBLIC_END

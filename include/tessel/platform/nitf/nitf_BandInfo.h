@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Per-band information of an image subheader, with its lookup tables. */
 
 #include "tessel/platform/nitf/nitf_Field.h"
@@ -57,3 +60,5 @@ NITF_BOOL nitf_BandInfo_init(nitf_BandInfo* bandInfo, const char* representation
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* A segment's subheader and data lengths as the file header lists them. */
 
 #include "tessel/platform/nitf/nitf_Field.h"
@@ -23,3 +26,5 @@ void nitf_ComponentInfo_destruct(nitf_ComponentInfo** info);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

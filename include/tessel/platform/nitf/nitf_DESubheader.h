@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The data extension subheader; its user-defined fields are a TRE named by DESTAG. */
 
 #include "tessel/platform/nitf/nitf_FileHeader.h"
@@ -45,3 +48,5 @@ void nitf_DESubheader_destruct(nitf_DESubheader** subhdr);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

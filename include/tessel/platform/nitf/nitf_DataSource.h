@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Sources of the bytes a writer stores: band sources deliver an image band row after row,
  * segment sources the data of a graphic, text, label or data extension segment. */
 
@@ -66,3 +69,5 @@ nitf_BandSource* nitf_ImageSource_getBand(nitf_ImageSource* source, int n, nitf_
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* One extension section (UDHD, XHD, UDID, IXSHD, ...): its TREs in file order, and by name. */
 
 #include "tessel/platform/nitf/nitf_TRE.h"
@@ -49,3 +52,5 @@ NITF_BOOL nitf_ExtensionsIterator_notEqualTo(nitf_ExtensionsIterator* it1,
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* A header or TRE field: BCS-A text, BCS-N numeric text or binary bytes of a fixed width. */
 
 #include "tessel/platform/nitf/nrt_Types.h"
@@ -78,3 +81,5 @@ void nitf_Field_trimString(char* str);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The file header: the NITF_<NAME> macros name each member by its field name. */
 
 #include "tessel/platform/nitf/nitf_ComponentInfo.h"
@@ -140,3 +143,5 @@ void nitf_FileHeader_destruct(nitf_FileHeader** fh);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The security group of the file header and of every subheader. */
 
 #include "tessel/platform/nitf/nitf_Field.h"
@@ -78,3 +81,5 @@ NITF_BOOL nitf_FileSecurity_resizeForVersion(nitf_FileSecurity* fs, nitf_Version
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The graphic subheader (NITF 2.1), which also holds NITF 2.0 symbol subheaders. */
 
 #include "tessel/platform/nitf/nitf_BandInfo.h"
@@ -101,3 +104,5 @@ void nitf_GraphicSubheader_destruct(nitf_GraphicSubheader** subhdr);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Image data access: blocking information, masks and direct block reads. */
 
 #include "tessel/platform/nitf/nitf_ImageSubheader.h"
@@ -69,3 +72,5 @@ void nitf_ImageReader_destruct(nitf_ImageReader** imageReader);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The image subheader: the NITF_<NAME> macros name each member by its field name. */
 
 #include "tessel/platform/nitf/nitf_BandInfo.h"
@@ -196,3 +199,5 @@ int nitf_ImageSubheader_insertImageComment(nitf_ImageSubheader* subhdr, const ch
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

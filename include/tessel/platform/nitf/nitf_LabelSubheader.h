@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The label subheader (NITF 2.0 only). */
 
 #include "tessel/platform/nitf/nitf_FileHeader.h"
@@ -66,3 +69,5 @@ void nitf_LabelSubheader_destruct(nitf_LabelSubheader** subhdr);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

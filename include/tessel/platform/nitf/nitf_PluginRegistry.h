@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The process-wide registry of TRE handlers, by TRE name. The first registration of a name
  * wins; later ones for the same name are ignored. Registration is thread-safe; lookups take a
  * shared lock only. */
@@ -71,3 +74,5 @@ NITF_BOOL nitf_PluginRegistry_TREHandlerExists(const char* ident);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The reserved extension subheader. */
 
 #include "tessel/platform/nitf/nitf_FileHeader.h"
@@ -37,3 +40,5 @@ void nitf_RESubheader_destruct(nitf_RESubheader** subhdr);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

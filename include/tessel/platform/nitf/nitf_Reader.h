@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Parses a file into a record, and gives readers of its segments' data. */
 
 #include "tessel/platform/nitf/nitf_ImageIO.h"
@@ -57,3 +60,5 @@ void nitf_SegmentReader_destruct(nitf_SegmentReader** segmentReader);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* A whole file in memory: the header and the lists of segments of each kind. */
 
 #include "tessel/platform/nitf/nitf_Segments.h"
@@ -40,3 +43,5 @@ nitf_DESegment* nitf_Record_newDataExtensionSegment(nitf_Record* record, nitf_Er
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

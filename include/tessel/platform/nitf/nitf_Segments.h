@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Segments: a subheader and where its data lies in the file (filled by the reader). */
 
 #include "tessel/platform/nitf/nitf_DESubheader.h"
@@ -72,3 +75,5 @@ void nitf_RESegment_destruct(nitf_RESegment** segment);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Tagged record extensions: a TRE is a tag, a handler that knows its layout, and the
  * handler's private data. A TRE without a known layout is held raw, as the single binary
  * field "raw_data". */
@@ -148,3 +151,5 @@ nitf_TREHandler* nitf_DefaultTRE_handler(nitf_Error* error);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The private data TRE handlers keep: the length read, the layout in use and its name, and
  * the fields by full name. */
 
@@ -28,3 +31,5 @@ NITF_BOOL nitf_TREPrivateData_setDescriptionName(nitf_TREPrivateData* priv, cons
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The basic handler, which reads, writes and edits a TRE from a description set.
  *
  * A description is a list of entries ended by NITF_END:
@@ -97,3 +100,5 @@ void nitf_TREUtils_basicDestruct(nitf_TRE* tre);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* The text subheader. */
 
 #include "tessel/platform/nitf/nitf_FileHeader.h"
@@ -52,3 +55,5 @@ void nitf_TextSubheader_destruct(nitf_TextSubheader** subhdr);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

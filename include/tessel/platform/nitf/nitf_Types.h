@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Names shared by the record, the TREs and the reader. */
 
 #include "tessel/platform/nitf/nrt_Types.h"
@@ -24,3 +27,5 @@ typedef struct _nitf_Record nitf_Record;
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

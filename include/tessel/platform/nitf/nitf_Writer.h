@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Writes a record as a NITF file: the header, each segment's subheader, and each segment's
  * data as the write handler attached to it delivers it. Lengths (FL, HL and the lengths of
  * each segment in the header) are measured while writing and stored when the data is out. */
@@ -106,3 +109,5 @@ NITF_BOOL nitf_Writer_write(nitf_Writer* writer, nitf_Error* error);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

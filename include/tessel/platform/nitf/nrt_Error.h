@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* NITRO's error record: the message, where it was raised, and a level that is
  * also the error code (0 means no error). Callers zero-fill it before a call. */
 
@@ -62,3 +65,5 @@ typedef nrt_Error nitf_Error;
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

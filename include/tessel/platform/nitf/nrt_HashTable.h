@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* A hash table of string keys to payloads. Inserting an existing key appends another pair:
  * lookups return the earliest one. With the adopt policy the table frees its payloads. */
 
@@ -89,3 +92,5 @@ typedef nrt_HashTableIterator nitf_HashTableIterator;
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

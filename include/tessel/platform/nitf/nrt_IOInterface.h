@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Byte sources and sinks: a table of nine operations over private data, the
  * functions that forward to it, and the file and memory adapters. */
 
@@ -94,3 +97,5 @@ typedef nrt_IOInterface nitf_IOInterface;
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

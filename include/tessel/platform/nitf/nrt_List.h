@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* A doubly-linked list of opaque payloads, iterated by value. */
 
 #include "tessel/platform/nitf/nrt_Types.h"
@@ -87,3 +90,5 @@ typedef nrt_ListIterator nitf_ListIterator;
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

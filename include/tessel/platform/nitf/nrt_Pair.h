@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* A key and its payload, as hash tables hold them. */
 
 #include "tessel/platform/nitf/nrt_Types.h"
@@ -23,3 +26,5 @@ typedef nrt_Pair nitf_Pair;
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

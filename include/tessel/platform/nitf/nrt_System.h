@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Unconditional byte reversal. */
 
 #include "tessel/platform/nitf/nrt_Types.h"
@@ -21,3 +24,5 @@ void nrt_System_swap64c(void* value);
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

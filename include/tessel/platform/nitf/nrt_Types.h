@@ -1,4 +1,7 @@
 #pragma once
+
+#include "tessel/core/Visibility.h"
+TESSEL_PUBLIC_BEGIN
 /* Basic types, status values and IO codes shared by the whole record layer. */
 
 #include <stddef.h>
@@ -101,3 +104,5 @@ typedef nrt_CreationFlags nitf_CreationFlags;
 #ifdef __cplusplus
 }
 #endif
+
+TESSEL_PUBLIC_END

@@ -10,6 +10,7 @@
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFFilePrivate.h"
+#include "tessel/file/OpenFailure.h"
 #include "tessel/image/ImageOptions.h"
 #include "tessel/image/NITFImage.h"
 #include "tessel/platform/nitf.h"
@@ -22,7 +23,7 @@ std::shared_ptr<OpenedFile> openContext(const Tessel::NITFURI& uri) {
     Tessel::NITFMessages messages;
     auto context = Tessel::NITFFactory::get().open(uri, messages);
     if (!context) {
-        throw TesselError(openFailureText(uri, messages));
+        throw TesselError(Tessel::openFailureText(uri, messages));
     }
     return std::make_shared<OpenedFile>(OpenedFile{uri, std::move(context)});
 }

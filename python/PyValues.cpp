@@ -1,7 +1,7 @@
 #include "PyValues.h"
 
 #include "PyErrors.h"
-#include "plugins/support/JsonEscapes.h"
+#include "tessel/paths/StandardJson.h"
 #include "tessel/platform/base/text.h"
 
 namespace py = pybind11;
@@ -44,7 +44,7 @@ py::object pythonValue(const any_type::value& value) {
 py::object pythonTree(const std::string& json) {
     const py::object loads = py::module_::import("json").attr("loads");
     try {
-        return loads(pythonText(tessel_bindings::standardEscapes(json)));
+        return loads(pythonText(Tessel::standardJsonEscapes(json)));
     } catch (const py::error_already_set& error) {
         throw TesselError(std::string("the metadata isn't readable as JSON: ") + error.what());
     }

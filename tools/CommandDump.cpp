@@ -3,6 +3,7 @@
 #include <string>
 
 #include "tessel/file/NITFFileContext.h"
+#include "tessel/paths/StandardJson.h"
 #include "tools/Commands.h"
 #include "tools/FileCommands.h"
 
@@ -52,7 +53,7 @@ int runDump(const Arguments& arguments) {
         std::printf("%s\n", json.c_str());
         return 0;
     }
-    const Json tree = Json::parse(withByteEscapes(json), nullptr, false);
+    const Json tree = Json::parse(Tessel::standardJsonEscapes(json), nullptr, false);
     if (tree.is_discarded()) {
         return fail("dump", "the metadata isn't readable as JSON; try --json or --xml");
     }

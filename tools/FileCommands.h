@@ -15,9 +15,4 @@ namespace tessel_cli {
 std::optional<Tessel::NITFFileContext> openFile(const std::string& command,
                                                 const std::string& uriText);
 
-// The path language writes a byte above 127 in JSON text as "\u" and its value as a
-// negative 8-bit number ("\u-017" for 0xE9). Such escapes become the character of that
-// byte read as ISO 8859-1 ("\u00e9"), so that the text parses as JSON.
-std::string withByteEscapes(const std::string& json);
-
 }  // namespace tessel_cli

@@ -8,8 +8,8 @@
 #include "tessel/core/NITFMessages.h"
 #include "tessel/core/NITFURI.h"
 #include "tessel/file/NITFFactory.h"
+#include "tessel/file/OpenFailure.h"
 #include "tessel/image/ImageOptions.h"
-#include "tessel/platform/base/nitf_fs.h"
 
 namespace tessel_cli {
 
@@ -86,19 +86,6 @@ std::vector<uint32_t> parseNumberList(const std::string& text, size_t count,
 
 namespace {
 
-std::string openFailure(const Tessel::NITFURI& uri, const Tessel::NITFMessages& messages) {
-    std::string text;
-    for (const auto& message : messages) {
-        text += (text.empty() ? "" : "; ") + message;
-    }
-    if (text.empty()) {
-        const bool exists = nitf_fs::ext::status(uri.nativePath()).exists();
-        text = uri.getURI_u8(Tessel::URIParts::Path) +
-               (exists ? ": not a NITF file" : ": No such file or directory");
-    }
-    return text;
-}
-
 std::shared_ptr<Tessel::NITFImage> levelOf(const std::shared_ptr<Tessel::NITFImage>& base,
                                            uint32_t level) {
     if (level == 0) {
@@ -127,7 +114,7 @@ OpenedImage openImage(const std::string& uriText, uint32_t level) {
     Tessel::NITFMessages messages;
     OpenedImage opened{Tessel::NITFFactory::get().open(uri, messages), nullptr};
     if (!opened.context) {
-        throw std::runtime_error(openFailure(uri, messages));
+        throw std::runtime_error(Tessel::openFailureText(uri, messages));
     }
     const size_t index = uri.object_type() == Tessel::FileObject::Image ? uri.object_index() : 0;
     const size_t count = opened.context.getNumberImages();

@@ -10,11 +10,11 @@
 #include <variant>
 
 #include "TesselRasterBand.h"
-#include "plugins/support/JsonEscapes.h"
 #include "tessel/core/NITFMessages.h"
 #include "tessel/core/NITFURI.h"
 #include "tessel/file/NITFFactory.h"
 #include "tessel/image/ImageOptions.h"
+#include "tessel/paths/StandardJson.h"
 #include "tessel/platform/geo/nitf_igeolo.h"
 #include "tessel/sensors/RPC00Model.h"
 
@@ -213,8 +213,8 @@ void TesselDataset::addSubdatasets(const std::string& path, size_t count) {
 // NITF_IID1...), "TRE" each TRE of the image as the JSON of its fields, "IMAGE_STRUCTURE"
 // the compression and sample details, "xml:TESSEL" the whole metadata document.
 void TesselDataset::addMetadata(size_t index) {
-    const nlohmann::json tree = nlohmann::json::parse(
-        tessel_bindings::standardEscapes(context_.getISD("JSON")), nullptr, false);
+    const nlohmann::json tree =
+        nlohmann::json::parse(Tessel::standardJsonEscapes(context_.getISD("JSON")), nullptr, false);
     if (tree.is_object()) {
         addFieldItems(*this, tree.value("FileHeader", nlohmann::json()));
         const nlohmann::json images = tree.value("Images", nlohmann::json::array());

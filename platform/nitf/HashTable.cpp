@@ -39,6 +39,60 @@ void freeData(nrt_HashTable* ht, NRT_DATA* data) {
 }
 
 // Moves the iterator to the first pair at or after bucket `from`; the end when none.
+// Moves a node to the back of a list without allocating, so that growing can't fail halfway.
+void appendNode(nrt_List* list, nrt_ListNode* node) {
+    node->next = nullptr;
+    node->prev = list->last;
+    if (list->last != nullptr) {
+        list->last->next = node;
+    } else {
+        list->first = node;
+    }
+    list->last = node;
+}
+
+// Doubles the buckets once a table holds more than four pairs per bucket, so that lookups
+// in large TREs (thousands of fields) stay short. Pairs of one key keep their order; when
+// memory runs out the table simply stays as it is.
+void growIfCrowded(nrt_HashTable* ht) {
+    constexpr int maxBuckets = 1 << 20;
+    if (ht->npairs <= 4 * ht->nbuckets || ht->nbuckets > maxBuckets / 2) {
+        return;
+    }
+    const int grown = ht->nbuckets * 2;
+    auto* buckets =
+        static_cast<nrt_List**>(std::calloc(static_cast<size_t>(grown), sizeof(nrt_List*)));
+    if (buckets == nullptr) {
+        return;
+    }
+    nrt_Error ignored{};
+    for (int b = 0; b < grown; ++b) {
+        buckets[b] = nrt_List_construct(&ignored);
+        if (buckets[b] == nullptr) {
+            for (int made = 0; made < b; ++made) {
+                nrt_List_destruct(&buckets[made]);
+            }
+            std::free(buckets);
+            return;
+        }
+    }
+    nrt_List** old = ht->buckets;
+    const int oldCount = ht->nbuckets;
+    ht->buckets = buckets;
+    ht->nbuckets = grown;
+    for (int b = 0; b < oldCount; ++b) {
+        for (nrt_ListNode* node = old[b]->first; node != nullptr;) {
+            nrt_ListNode* next = node->next;
+            const auto* pair = static_cast<nrt_Pair*>(node->data);
+            appendNode(buckets[nrt_HashTable_hash(ht, pair->key)], node);
+            node = next;
+        }
+        old[b]->first = old[b]->last = nullptr;
+        nrt_List_destruct(&old[b]);
+    }
+    std::free(old);
+}
+
 void settle(nrt_HashTableIterator* it, int from) {
     for (int b = from; b < it->hash->nbuckets; ++b) {
         nrt_List* bucket = it->hash->buckets[b];
@@ -77,6 +131,7 @@ nrt_HashTable* nrt_HashTable_construct(int nbuckets, nrt_Error* error) {
         return nullptr;
     }
     ht->nbuckets = nbuckets;
+    ht->npairs = 0;
     ht->adopt = NRT_DATA_ADOPT;
     ht->hash = defaultHash;
     ht->dataDestructor = nullptr;
@@ -195,6 +250,8 @@ NRT_BOOL nrt_HashTable_insert(nrt_HashTable* ht, const char* key, NRT_DATA* data
         std::free(pair);
         return false;
     }
+    ++ht->npairs;
+    growIfCrowded(ht);
     return true;
 }
 
@@ -226,6 +283,7 @@ NRT_DATA* nrt_HashTable_remove(nrt_HashTable* ht, const char* key) {
         auto* pair = static_cast<nrt_Pair*>(it.current->data);
         if (std::strcmp(pair->key, key) == 0) {
             nrt_List_remove(bucket, &it);
+            --ht->npairs;
             NRT_DATA* data = pair->data;
             std::free(pair->key);
             std::free(pair);

@@ -110,6 +110,38 @@ TEST(NrtHashTable, IteratesEveryKeyAcrossBuckets) {
     nrt_HashTable_destruct(&ht);  // frees the adopted strings (leak-checked under asan)
 }
 
+TEST(NrtHashTable, GrowsWithItsPairsAndKeepsEveryKeyAndDuplicateOrder) {
+    nrt_Error error{};
+    nrt_HashTable* ht = nrt_HashTable_construct(8, &error);
+    ASSERT_NE(ht, nullptr);
+    nrt_HashTable_setPolicy(ht, NRT_DATA_ADOPT);
+    constexpr int count = 10000;
+    for (int i = 0; i < count; ++i) {
+        const std::string key = "FIELD" + std::to_string(i);
+        ASSERT_TRUE(nrt_HashTable_insert(ht, key.c_str(), heapText(key.c_str()), &error));
+    }
+    ASSERT_TRUE(nrt_HashTable_insert(ht, "FIELD7", heapText("second FIELD7"), &error));
+    EXPECT_GE(ht->nbuckets, count / 4);
+    EXPECT_EQ(ht->npairs, count + 1);
+    for (int i = 0; i < count; ++i) {
+        const std::string key = "FIELD" + std::to_string(i);
+        nrt_Pair* pair = nrt_HashTable_find(ht, key.c_str());
+        ASSERT_NE(pair, nullptr) << key;
+        EXPECT_STREQ(static_cast<char*>(pair->data), key.c_str());
+    }
+    free(nrt_HashTable_remove(ht, "FIELD7"));
+    EXPECT_STREQ(static_cast<char*>(nrt_HashTable_find(ht, "FIELD7")->data), "second FIELD7");
+    EXPECT_EQ(ht->npairs, count);
+    int visited = 0;
+    nrt_HashTableIterator end = nrt_HashTable_end(ht);
+    for (nrt_HashTableIterator it = nrt_HashTable_begin(ht);
+         nrt_HashTableIterator_notEqualTo(&it, &end); nrt_HashTableIterator_increment(&it)) {
+        ++visited;
+    }
+    EXPECT_EQ(visited, count);
+    nrt_HashTable_destruct(&ht);  // frees every adopted string (leak-checked under asan)
+}
+
 int destroyedCount = 0;
 void countingDestructor(NRT_DATA* data) {
     ++destroyedCount;

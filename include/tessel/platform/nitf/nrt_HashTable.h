@@ -28,6 +28,7 @@ typedef struct _NRT_HashTable {
     int adopt;
     NRT_HASH_FUNCTION hash;
     NRT_HASH_DATA_DESTRUCT dataDestructor; /* for adopted payloads; NULL means free() */
+    int npairs; /* pairs held; past four per bucket the table doubles its buckets */
 } nrt_HashTable;
 
 typedef struct _NRT_HashTableIterator {

@@ -14,6 +14,11 @@ void BlockCache::addBlock(const std::string& key, const std::string& data) {
     blocks_.emplace(key, data);
 }
 
+void BlockCache::setBlock(const std::string& key, const std::string& data) {
+    std::lock_guard lock(mutex_);
+    blocks_.insert_or_assign(key, data);
+}
+
 const std::string& BlockCache::getBlock(const std::string& key) const {
     std::lock_guard lock(mutex_);
     const auto found = blocks_.find(key);

@@ -98,12 +98,12 @@ std::string NITFFile::getISD(const std::string_view& format) const {
     }
 }
 
-bool NITFFile::setISD(const std::string_view& /*text*/, NITFMessages& /*messages*/) {
+bool NITFFile::setISD(const std::string_view& text, NITFMessages& messages) {
     if (d_->isReadOnly()) {
         return false;
     }
     const auto lock = d_->lockRecord();
-    return false;  // the tree can't be written yet
+    return d_->SetByPath("/", std::string(text), PathContext::FormatJSON, messages);
 }
 
 any_type::value NITFFile::getPath(int image, const std::string_view& path) const {
@@ -149,22 +149,23 @@ double NITFFile::getPathDouble(int image, const std::string_view& path, double f
     return any_type::to_double(getPath(image, path)).value_or(fallback);
 }
 
-bool NITFFile::setPath(int /*image*/, const std::string_view& /*path*/,
-                       const std::string& /*value*/, NITFMessages& /*messages*/) const {
+// Writes start at the root: the image index has no part in them.
+bool NITFFile::setPath(int /*image*/, const std::string_view& path, const std::string& value,
+                       NITFMessages& messages) const {
     if (d_->isReadOnly()) {
         return false;
     }
     const auto lock = d_->lockRecord();
-    return false;  // the tree can't be written yet
+    return d_->SetByPath(std::string(path), value, PathContext::FormatJSON, messages);
 }
 
-bool NITFFile::setPathAsString(int /*image*/, const std::string_view& /*path*/,
-                               const std::string& /*value*/, NITFMessages& /*messages*/) const {
+bool NITFFile::setPathAsString(int /*image*/, const std::string_view& path,
+                               const std::string& value, NITFMessages& messages) const {
     if (d_->isReadOnly()) {
         return false;
     }
     const auto lock = d_->lockRecord();
-    return false;  // the tree can't be written yet
+    return d_->SetByPath(std::string(path), value, PathContext::FormatString, messages);
 }
 
 }  // namespace Tessel

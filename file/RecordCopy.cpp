@@ -157,7 +157,10 @@ nrt_IOInterface* openOutput(const std::string& path, std::string& error) {
 }
 
 bool copyRecord(const NITFFileContext& context, nrt_IOInterface* output, std::string& error) {
-    auto& file = context.getFile();
+    return copyRecord(context.getFile(), output, error);
+}
+
+bool copyRecord(NITFFile& file, nrt_IOInterface* output, std::string& error) {
     auto& d = file.getPrivate();
     nitf_Record* record = d->getRecord();
     nrt_IOInterface* input = d->getIO();
@@ -165,6 +168,7 @@ bool copyRecord(const NITFFileContext& context, nrt_IOInterface* output, std::st
         error = "the file has no record to copy";
         return false;
     }
+    const auto recordLock = d->lockRecord();
     const auto lock = d->lockIO();
     nrt_Error nitroError{};
     const nrt_Off inputSize = nrt_IOInterface_getSize(input, &nitroError);
@@ -179,6 +183,26 @@ bool copyRecord(const NITFFileContext& context, nrt_IOInterface* output, std::st
         error = "write failed: " + copyErrorText(nitroError);
     }
     return ok;
+}
+
+bool writeRecordCopy(NITFFile& file, const std::string& path, std::string& error) {
+    return writeAtomically(
+        path,
+        [&file](const std::string& temporary, std::string& why) {
+            nrt_IOInterface* output = openOutput(temporary, why);
+            if (output == nullptr) {
+                return false;
+            }
+            const bool ok = copyRecord(file, output, why);
+            nrt_Error closeError{};
+            const bool closed = nrt_IOInterface_close(output, &closeError);
+            nrt_IOInterface_destruct(&output);
+            if (ok && !closed) {
+                why = std::string("can't close the output: ") + closeError.message;
+            }
+            return ok && closed;
+        },
+        error);
 }
 
 }  // namespace Tessel

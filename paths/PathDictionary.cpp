@@ -6,6 +6,7 @@
 #include <array>
 #include <mutex>
 
+#include "paths/PathWriter.h"
 #include "tessel/core/NitroError.h"
 #include "tessel/paths/PathWalker.h"
 #include "tessel/platform/nitf/nitf_Segments.h"
@@ -46,7 +47,8 @@ const NitroFieldHelper<nitf_FileHeader>* fileHeaderTable() {
         TESSEL_FIELD(H, FSCOP),
         TESSEL_FIELD(H, FSCPYS),
         TESSEL_FIELD(H, ENCRYP),
-        NitroFieldHelper<H>{"NITF_FBKGC", &H::NITF_FBKGC, encodeBackgroundColor, {}, false},
+        NitroFieldHelper<H>{"NITF_FBKGC", &H::NITF_FBKGC, encodeBackgroundColor,
+                            decodeBackgroundColor, false},
         TESSEL_FIELD(H, ONAME),
         TESSEL_FIELD(H, OPHONE),
         TESSEL_FIELD_RO(H, FL),
@@ -125,26 +127,29 @@ Node encodeComponentInfo(nitf_FileHeader* header) {
 }
 
 // An array over one segment list of the record: a Dictionary element per segment, built
-// when entered; `find` makes the list addressable by key.
+// when entered; `create` adds a segment, `find` makes the list addressable by key.
 template <typename Segment>
 Node encode_list(std::string elementName, nrt_List* list, PathContext& context,
                  Dict (*build)(Segment* segment, int index, PathContext& context),
-                 ArrayLookup find = {}) {
-    return Node::makeArray(std::move(elementName), [list, &context, build, find = std::move(find)](
-                                                       NITFMessages&, const PathList&) {
-        Array array;
-        int index = 0;
-        for (nrt_ListNode* node = list != nullptr ? list->first : nullptr; node != nullptr;
-             node = node->next, ++index) {
-            auto* segment = static_cast<Segment*>(node->data);
-            array.add(
-                Node::makeDict([segment, index, &context, build](NITFMessages&, const PathList&) {
-                    return build(segment, index, context);
-                }));
-        }
-        array.lookup = find;
-        return array;
-    });
+                 CreateFunction create, ArrayLookup find = {}) {
+    Node node = Node::makeArray(
+        std::move(elementName),
+        [list, &context, build, find = std::move(find)](NITFMessages&, const PathList&) {
+            Array array;
+            int index = 0;
+            for (nrt_ListNode* node = list != nullptr ? list->first : nullptr; node != nullptr;
+                 node = node->next, ++index) {
+                auto* segment = static_cast<Segment*>(node->data);
+                array.add(Node::makeDict(
+                    [segment, index, &context, build](NITFMessages&, const PathList&) {
+                        return build(segment, index, context);
+                    }));
+            }
+            array.lookup = find;
+            return array;
+        });
+    node.create = std::move(create);
+    return node;
 }
 
 Dict encodeDES(nitf_DESegment* segment, int index, PathContext& context) {
@@ -209,16 +214,18 @@ Dict toDict(PathContext& context) {
     root.add("FileHeader", Node::makeDict([header, &context](NITFMessages&, const PathList&) {
                  return encodeFileHeader(header, context);
              }));
-    root.add("Images",
-             encode_list<nitf_ImageSegment>("Image", record->images, context, encodeImage));
-    root.add("Text", encode_list<nitf_TextSegment>("Text", record->texts, context, encodeText));
+    root.add("Images", encode_list<nitf_ImageSegment>("Image", record->images, context, encodeImage,
+                                                      createImageSegment(record)));
+    root.add("Text", encode_list<nitf_TextSegment>("Text", record->texts, context, encodeText,
+                                                   createTextSegment(record)));
     root.add("Graphics",
-             encode_list<nitf_GraphicSegment>("Graphic", record->graphics, context, encodeGraphic));
-    root.add("Labels",
-             encode_list<nitf_LabelSegment>("Label", record->labels, context, encodeLabel));
+             encode_list<nitf_GraphicSegment>("Graphic", record->graphics, context, encodeGraphic,
+                                              createGraphicSegment(record)));
+    root.add("Labels", encode_list<nitf_LabelSegment>("Label", record->labels, context, encodeLabel,
+                                                      createLabelSegment()));
     nrt_List* des = record->dataExtensions;
     root.add("DESs", encode_list<nitf_DESegment>(
-                         "DES", des, context, encodeDES,
+                         "DES", des, context, encodeDES, createDESegment(record),
                          [des, &context](std::string_view key, NITFMessages&, const PathList&) {
                              return findDES(des, context, key);
                          }));

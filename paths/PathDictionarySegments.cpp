@@ -9,6 +9,7 @@
 
 #include "paths/PathDictionary.h"
 #include "paths/PathDictionaryRpf.h"
+#include "paths/PathWriter.h"
 #include "tessel/core/NitroError.h"
 #include "tessel/file/BlockCache.h"
 #include "tessel/file/NITFFile.h"
@@ -149,7 +150,7 @@ std::string trimmedText(const nitf_Field* field) {
 
 // One Dictionary per band of the subheader.
 Node encodeBands(nitf_ImageSubheader* subheader) {
-    return Node::makeArray("Band", [subheader](NITFMessages& messages, const PathList& path) {
+    Node node = Node::makeArray("Band", [subheader](NITFMessages& messages, const PathList& path) {
         Array bands;
         nrt_Error error{};
         const uint32_t count = nitf_ImageSubheader_getBandCount(subheader, &error);
@@ -170,6 +171,26 @@ Node encodeBands(nitf_ImageSubheader* subheader) {
         }
         return bands;
     });
+    node.create = createBand(subheader);
+    return node;
+}
+
+// The fields whose change reshapes the image, each with the decoder that does it.
+void push_back_image_decoders(Dict& dict, nitf_ImageSubheader* subheader) {
+    for (const char* key :
+         {"NROWS", "NCOLS", "PVTYPE", "PJUST", "IMODE", "NBPR", "NBPC", "NPPBH", "NPPBV"}) {
+        if (Node* node = dict.find(key)) {
+            node->decoder = imageShapeDecoder(subheader);
+        }
+    }
+    if (Node* node = dict.find("NBANDS")) {
+        node->decoder = bandCountDecoder(subheader);
+    }
+    // XBANDS holds the band count of more than nine bands: it may never disagree with the
+    // band table, so it reshapes too.
+    if (Node* node = dict.find("XBANDS")) {
+        node->decoder = extendedBandCountDecoder(subheader);
+    }
 }
 
 // A Field per element of a list of fields.
@@ -291,15 +312,18 @@ std::string_view readSegmentBody(PathContext& context, std::string_view name, in
 
 Node encode_segment_data(int index, PathContext& context, std::string_view name,
                          SegmentReaderConstructor construct, bool base64) {
-    return Node::makeField(nullptr, [index, &context, name = std::string(name), construct, base64](
-                                        NitroUtils::Encoder& encoder, nitf_Field*) {
-        const std::string_view body = readSegmentBody(context, name, index, construct);
-        if (base64) {
-            encoder.writeDirect(lumo_codec::base64_encode(body));
-        } else {
-            encoder.write(body);
-        }
-    });
+    return Node::makeField(
+        nullptr,
+        [index, &context, name = std::string(name), construct, base64](NitroUtils::Encoder& encoder,
+                                                                       nitf_Field*) {
+            const std::string_view body = readSegmentBody(context, name, index, construct);
+            if (base64) {
+                encoder.writeDirect(lumo_codec::base64_encode(body));
+            } else {
+                encoder.write(body);
+            }
+        },
+        segmentDataDecoder(context, std::string(name), index, base64));
 }
 
 // The codec's own description of the image, one String per property.
@@ -348,9 +372,11 @@ Dict encodeImage(nitf_ImageSegment* segment, int index, PathContext& context) {
         return dict;
     }
     push_back_fields(dict, subheader, imageTable());
+    push_back_image_decoders(dict, subheader);
     push_back_block(dict, subheader->securityGroup, "IS");
     dict.add("Bands", encodeBands(subheader));
-    dict.add("Comments", encode_field_list("Comment", subheader->imageComments));
+    dict.add("Comments", encode_field_list("Comment", subheader->imageComments)).create =
+        createComment(subheader);
     dict.add("Compression", encode_image_compression(index, context));
     push_back_tres(dict, subheader->extendedSection, subheader->userDefinedSection,
                    subheader->extendedHeaderOverflow, context);
@@ -413,11 +439,13 @@ Dict encodeDESAlt(nitf_DESegment* segment, int index, PathContext& context, bool
     }
     push_back_fields(dict, subheader, desTable());
     push_back_block(dict, subheader->securityGroup, "DES");
-    nitf_TRE* fields = subheader->subheaderFields;
+    // The subheader TRE is looked up on each entry: a write may have just made it.
     dict.add("UserDefinedSubHeader",
-             Node::makeDict([fields](NITFMessages& messages, const PathList& path) {
+             Node::makeDict([subheader](NITFMessages& messages, const PathList& path) {
+                 nitf_TRE* fields = subheader->subheaderFields;
                  return fields != nullptr ? encodeNitroTRE(fields, messages, path) : Dict();
-             }));
+             }))
+        .create = createDESSubheaderTRE(subheader);
     dict.add("DataBase64",
              encode_segment_data(index, context, "DES", nitf_Reader_newDEReader, true));
     dict.add("Data", encode_segment_data(index, context, "DES", nitf_Reader_newDEReader, false));

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "paths/PathDictionary.h"
+#include "paths/PathWriter.h"
 #include "tessel/core/NitroError.h"
 #include "tessel/platform/nitf/nitf_Extensions.h"
 
@@ -76,12 +77,15 @@ Array repeatedTREs(nitf_Extensions* section, const std::string& id) {
 void push_back_tres(Dict& dict, nitf_Extensions* first, nitf_Extensions* second, nitf_Field*,
                     PathContext&) {
     // Overflow segments are reached through the "TRE" shortcut, not here.
-    dict.add("TREs", Node::makeDict([first, second](NITFMessages& messages, const PathList& path) {
-                 Dict tres;
-                 appendSection(tres, first, messages, path);
-                 appendSection(tres, second, messages, path);
-                 return tres;
-             }));
+    Node& tres = dict.add(
+        "TREs", Node::makeDict([first, second](NITFMessages& messages, const PathList& path) {
+            Dict listing;
+            appendSection(listing, first, messages, path);
+            appendSection(listing, second, messages, path);
+            return listing;
+        }));
+    // New TREs go into the first section.
+    tres.create = createTRE(first);
 }
 
 void appendSection(Dict& dict, nitf_Extensions* section, NITFMessages&, const PathList&) {
@@ -107,6 +111,7 @@ void appendSection(Dict& dict, nitf_Extensions* section, NITFMessages&, const Pa
         entry.arrayProvider = [section, id](NITFMessages&, const PathList&) {
             return repeatedTREs(section, id);
         };
+        entry.create = createInTRE(tre, section);
         dict.add(std::move(id), std::move(entry));
     }
 }

@@ -428,8 +428,9 @@ std::string pathText(const PathList& path) {
     return text;
 }
 
-PathWalk::PathWalk(Node& root, std::vector<std::string> components, NITFMessages& messages)
-    : components_(std::move(components)), node_(&root) {
+PathWalk::PathWalk(Node& root, std::vector<std::string> components, NITFMessages& messages,
+                   bool create)
+    : components_(std::move(components)), create_(create), node_(&root) {
     path_.reserve(components_.size());
     for (const std::string& component : components_) {
         if (!step(component, messages)) {
@@ -477,7 +478,24 @@ bool PathWalk::stepInDict(const std::string& component, NITFMessages& messages) 
     }
     Node* child = dict.find(component);
     if (child == nullptr) {
-        return fail(messages, "Not Found");
+        return create_ ? createInDict(component, messages) : fail(messages, "Not Found");
+    }
+    node_ = child;
+    return true;
+}
+
+// A name missing in a dictionary that is written to: the dictionary's create function
+// makes it, and the dictionary is taken again from its provider.
+bool PathWalk::createInDict(const std::string& component, NITFMessages& messages) {
+    if (!node_->create || !node_->create(component, messages, path_)) {
+        return fail(messages, fmt::format("Unable to create field '{}'", component));
+    }
+    path_.pop_back();
+    Dict& dict = node_->enterDict(messages, path_);
+    path_.push_back(component);
+    Node* child = dict.find(component);
+    if (child == nullptr) {
+        return fail(messages, "Field Not Found After Grow");
     }
     node_ = child;
     return true;
@@ -491,10 +509,19 @@ bool PathWalk::stepInArray(const std::string& component, NITFMessages& messages)
         return false;
     }
     if (const auto index = readIndex(component)) {
-        if (*index >= array.size()) {
+        if (*index >= array.size() && !create_) {
             return fail(messages, "Index Out of Range");
         }
-        node_ = &array.elements[*index];
+        if (*index >= array.size()) {
+            if (!growArray(*node_, *index + 1, messages, path_)) {
+                node_ = nullptr;
+                return false;
+            }
+            if (*index >= node_->array->size()) {
+                return fail(messages, fmt::format("Unable to grow array to {}", *index + 1));
+            }
+        }
+        node_ = &node_->array->elements[*index];
         return true;
     }
     if (!array.lookup) {
@@ -505,6 +532,29 @@ bool PathWalk::stepInArray(const std::string& component, NITFMessages& messages)
         return fail(messages, "Field not an Index");
     }
     node_ = &keep(std::move(found));
+    return true;
+}
+
+bool growArray(Node& node, std::size_t count, NITFMessages& messages, const PathList& path) {
+    Array* array = &node.enterArray(messages, path);
+    const auto unable = [&] {
+        messages.push_back(fmt::format("{}: Unable to grow array to {}", pathText(path), count));
+        return false;
+    };
+    // Growth one element at a time is quadratic for bands; a bound keeps it short.
+    if (count > array->size() + kMaxArrayGrowth) {
+        return unable();
+    }
+    while (array->size() < count) {
+        const std::size_t before = array->size();
+        if (!node.create || !node.create(node.elementName, messages, path)) {
+            return unable();
+        }
+        array = &node.enterArray(messages, path);
+        if (array->size() <= before) {
+            break;  // the create function made nothing: the caller sees too few elements
+        }
+    }
     return true;
 }
 

@@ -7,7 +7,8 @@
 # frames), "jpeg12" (the 12-bit JPEG decoder on a bare stream), "j2k" (any bytes as the
 # JPEG 2000 codestream of a C8 image, through both decoders), "rpc" (the RPC record
 # reader), "tre" (any bytes as the data of a described TRE), "paths" (any bytes as a
-# metadata path on a small file) or "profile" (product profile files, loaded and applied).
+# metadata path on a small file), "setpath" (a path and a value written into a new file) or
+# "profile" (product profile files, loaded and applied).
 # Allocations above half the RSS limit count as out-of-memory findings (-malloc_limit_mb),
 # so that no input allocates by a claimed size. Fails on any crash, leak,
 # timeout or out-of-memory; the input that caused it is left in build/fuzz/TARGET/artifacts/.
@@ -18,8 +19,8 @@ set -euo pipefail
 seconds="${1:-60}"
 target="${2:-reader}"
 case "$target" in
-    reader | image | vq | jpeg12 | j2k | rpc | tre | paths | profile) ;;
-    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image, vq, jpeg12, j2k, rpc, tre, paths, profile)" >&2; exit 2 ;;
+    reader | image | vq | jpeg12 | j2k | rpc | tre | paths | setpath | profile) ;;
+    *) echo "fuzz.sh: no fuzz target \"$target\" (reader, image, vq, jpeg12, j2k, rpc, tre, paths, setpath, profile)" >&2; exit 2 ;;
 esac
 root="$(cd "$(dirname "$0")/.." && pwd)"
 shared="$root/../shared"

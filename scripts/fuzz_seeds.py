@@ -15,6 +15,8 @@ rpc:           the data of each RPC00A and RPC00B TRE in the shared files (1041 
 tre:           the data of each described TRE found in the shared files, behind the byte
                that selects its tag in fuzz_tre.cpp (its index in TRE_TAGS).
 paths:         metadata paths of every form the path language has.
+setpath:       writes by path: a selector byte (bit 0: the value is JSON), the path, a line
+               end and the value, for each kind of thing a write makes or changes.
 profile:       the repository's product profiles, and a few made-up ones (references,
                variables, every kind of layer).
 Prints the number of seeds written.
@@ -142,6 +144,24 @@ def metadata_paths():
         yield path.encode()
 
 
+def path_writes():
+    writes = [(False, "/FileHeader/FTITLE", "A title"), (False, "/FileHeader/FBKGC", "#10ff20"),
+              (False, "/FileHeader/NUMI", "5"), (False, "/Images/2/IID1", "THIRD"),
+              (False, "/Images/0/NBANDS", "12"), (False, "/Images/0/NROWS", "100"),
+              (False, "/Images/0/Bands/3/IREPBAND", "B"), (False, "/Images/0/Comments/2", "c"),
+              (False, "/Images/0/TREs/BLOCKA/N_GRAY", "00001"),
+              (False, "/FileHeader/TREs/RPFHDR/LOCSEC", "HEX:1234"),
+              (False, "/FileHeader/TREs/ZZTEST/X", "x"), (False, "/Labels/0/LID", "L"),
+              (False, "/Text/1/Data", "body"), (False, "/DESs/0/DataBase64", "AAEC"),
+              (False, "/DESs/0/UserDefinedSubHeader/X", "x"), (False, "/FileHeader", "x"),
+              (True, "/FileHeader", '{"FTITLE": "T", "CLEVEL": 5, "ONAME": true}'),
+              (True, "/Images", '[{"IID1": "A", "NBANDS": "3"}, {"Bands": [{}, {"IFC": "N"}]}]'),
+              (True, "/", '{"FileHeader": {"Security": {"FSCLSY": "US"}}, "Text": [{}]}'),
+              (True, "/FileHeader/FTITLE", "null")]
+    for json, path, value in writes:
+        yield bytes([1 if json else 0]) + path.encode() + b"\n" + value.encode()
+
+
 def profiles():
     folder = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "resources",
                           "Resources", "Raster", "NITF", "Profiles")
@@ -174,6 +194,8 @@ def seeds(target, shared):
         return tre_records(shared)
     if target == "paths":
         return metadata_paths()
+    if target == "setpath":
+        return path_writes()
     if target == "profile":
         return profiles()
     if target == "vq":

@@ -17,23 +17,8 @@ int runCopy(const Arguments& arguments) {
         return 1;
     }
     std::string error;
-    const bool written = Tessel::writeAtomically(
-        arguments.positional[1],
-        [&](const std::string& temporary, std::string& why) {
-            nrt_IOInterface* output = Tessel::openOutput(temporary, why);
-            if (output == nullptr) {
-                return false;
-            }
-            const bool ok = Tessel::copyRecord(*context, output, why);
-            nrt_Error closeError{};
-            const bool closed = nrt_IOInterface_close(output, &closeError);
-            nrt_IOInterface_destruct(&output);
-            if (ok && !closed) {
-                why = std::string("can't close the output: ") + closeError.message;
-            }
-            return ok && closed;
-        },
-        error);
+    const bool written =
+        Tessel::writeRecordCopy(context->getFile(), arguments.positional[1], error);
     return written ? 0 : fail("copy", error);
 }
 

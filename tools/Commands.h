@@ -49,5 +49,6 @@ Command tableCommand();
 Command productCommand();
 Command profilesCommand();
 Command copyCommand();
+Command setCommand();
 
 }  // namespace tessel_cli

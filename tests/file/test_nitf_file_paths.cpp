@@ -202,7 +202,7 @@ TEST(NITFFileWrites, OpenedFileRefusesWritesWithoutMessage) {
     EXPECT_EQ(file->getPathString(0, "/FileHeader/FTITLE", ""), "TesselLib sample");
 }
 
-TEST(NITFFileWrites, NewFileReadsItsEmptyRecordAndCannotBeWrittenYet) {
+TEST(NITFFileWrites, NewFileReadsItsEmptyRecordAndIsWritable) {
     const auto file = std::make_shared<NITFFile>();
     EXPECT_EQ(file->getPathString(0, "/FileHeader/FHDR", ""), "NITF");
     EXPECT_EQ(file->getPathString(0, "/FileHeader/FVER", ""), "02.10");
@@ -210,9 +210,13 @@ TEST(NITFFileWrites, NewFileReadsItsEmptyRecordAndCannotBeWrittenYet) {
     std::string root;
     EXPECT_TRUE(parsesAsXML(file->getISD("XML"), root));
     NITFMessages messages;
-    EXPECT_FALSE(file->setPath(0, "/FileHeader/FTITLE", "\"New\"", messages));
-    EXPECT_FALSE(file->setPathAsString(0, "/FileHeader/FTITLE", "New", messages));
-    EXPECT_FALSE(file->setISD("{}", messages));
+    EXPECT_TRUE(file->setPath(0, "/FileHeader/FTITLE", "\"New\"", messages));
+    EXPECT_EQ(file->getPathString(0, "/FileHeader/FTITLE", ""), "New");
+    EXPECT_TRUE(file->setPathAsString(0, "/FileHeader/ONAME", "Name", messages));
+    EXPECT_EQ(file->getPathString(0, "/FileHeader/ONAME", ""), "Name");
+    EXPECT_TRUE(file->setISD(R"({"FileHeader": {"FTITLE": "From ISD"}})", messages));
+    EXPECT_EQ(file->getPathString(0, "/FileHeader/FTITLE", ""), "From ISD");
+    EXPECT_TRUE(messages.empty());
 }
 
 // A writable file's reads wait for its record lock; an opened file's reads take none.

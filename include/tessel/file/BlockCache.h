@@ -17,6 +17,8 @@ public:
     bool hasBlock(const std::string& key) const;
     // Keeps an existing entry: the data of a second add is dropped.
     void addBlock(const std::string& key, const std::string& data);
+    // Replaces an entry: a segment body given by a write.
+    void setBlock(const std::string& key, const std::string& data);
     // Throws std::logic_error when the key isn't there.
     const std::string& getBlock(const std::string& key) const;
 

@@ -49,7 +49,7 @@ public:
     // The XML document's root element is "NITF".
     std::string getISD(const std::string_view& format) const;
     // Replaces the whole tree from a JSON text as getISD("JSON") gives it. False for a file
-    // opened for reading, and for now for every file: metadata can't be written yet.
+    // opened for reading.
     bool setISD(const std::string_view& text, NITFMessages& messages);
 
     // The value of a metadata path, with `image` as the segment that "Image" and "TRE"
@@ -71,8 +71,9 @@ public:
     int64_t getPathInt(int image, const std::string_view& path, int64_t fallback) const;
     int64_t getPathInt(int image, const std::wstring_view& path, int64_t fallback) const;
     double getPathDouble(int image, const std::string_view& path, double fallback) const;
-    // Writes a value given as JSON (setPath) or as plain text (setPathAsString). False for
-    // a file opened for reading, and for now for every file: metadata can't be written yet.
+    // Writes a value given as JSON (setPath) or as plain text (setPathAsString), from the
+    // root whatever the image; false, with the reasons in `messages`, when it can't. False
+    // and no message for a file opened for reading.
     bool setPath(int image, const std::string_view& path, const std::string& value,
                  NITFMessages& messages) const;
     bool setPathAsString(int image, const std::string_view& path, const std::string& value,

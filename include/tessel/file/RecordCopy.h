@@ -28,6 +28,12 @@ nrt_IOInterface* openOutput(const std::string& path, std::string& error);
 // Writes the record of an open file to `output`: every header, subheader and TRE from the
 // record, each segment's data copied as it stands in the file.
 bool copyRecord(const NITFFileContext& context, nrt_IOInterface* output, std::string& error);
+// The same for a file held without a context, such as one opened apart from the cache to be
+// changed and written again.
+bool copyRecord(NITFFile& file, nrt_IOInterface* output, std::string& error);
+
+// Writes the record of a file to `path` with copyRecord, atomically as writeAtomically does.
+bool writeRecordCopy(NITFFile& file, const std::string& path, std::string& error);
 
 }  // namespace Tessel
 

@@ -9,6 +9,7 @@ TESSEL_PUBLIC_BEGIN
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "tessel/core/NITFMessages.h"
@@ -52,6 +53,13 @@ public:
     // for a bad path.
     any_type::value GetByPathAsVariant(int image, std::string_view path,
                                        Tessel::NITFMessages& messages);
+    // Writes one path from the root (no "Image" or "TRE" shortcut, no query): FormatString
+    // stores the value as one text, FormatJSON stores the tree of a JSON text, field by
+    // field; missing segments, bands, comments and TREs are made on the way. False with
+    // the reasons in the sink, the outermost naming the path; what was stored before a
+    // failure stays.
+    bool SetByPath(const std::string& path, const std::string& value, FormatType format,
+                   Tessel::NITFMessages& messages);
 };
 
 // "FormatString", "FormatXML", "FormatJSON", "FormatRaw"; other numbers as "FormatString".

@@ -29,10 +29,13 @@ std::vector<std::string> splitItems(std::string_view text, char separator);
 std::vector<std::string> splitPath(std::string_view path);
 
 // Walks components down from a root. The root (and with it the tree) must outlive the
-// walk. A failed walk appends its message to the sink and has no node.
+// walk. A failed walk appends its message to the sink and has no node. With `create` set
+// the walk writes: a missing name is made by the dictionary's create function, and an
+// array is grown by its create function until the index exists.
 class PathWalk {
 public:
-    PathWalk(Node& root, std::vector<std::string> components, Tessel::NITFMessages& messages);
+    PathWalk(Node& root, std::vector<std::string> components, Tessel::NITFMessages& messages,
+             bool create = false);
     PathWalk(const PathWalk&) = delete;
     PathWalk& operator=(const PathWalk&) = delete;
 
@@ -49,14 +52,23 @@ private:
     bool step(const std::string& component, Tessel::NITFMessages& messages);
     bool stepInDict(const std::string& component, Tessel::NITFMessages& messages);
     bool stepInArray(const std::string& component, Tessel::NITFMessages& messages);
+    bool createInDict(const std::string& component, Tessel::NITFMessages& messages);
     bool fail(Tessel::NITFMessages& messages, std::string_view what);
     Node& keep(Node node);
 
     std::vector<std::string> components_;
+    bool create_ = false;
     PathList path_;
     std::deque<Node> made_;
     Node* node_ = nullptr;
 };
+
+// Grows an array node by its create function, called with the element name, until it has
+// `count` elements; the array is taken again after each call. False, with "{path}: Unable
+// to grow array to {count}", when there is no create function or it fails; true with fewer
+// elements when a call made none. No more than kMaxArrayGrowth elements are made at once.
+bool growArray(Node& node, std::size_t count, Tessel::NITFMessages& messages, const PathList& path);
+inline constexpr std::size_t kMaxArrayGrowth = 1000;
 
 // "/A/B" of a path list, as messages show it; "" for the root.
 std::string pathText(const PathList& path);

@@ -49,5 +49,6 @@ Command tableCommand();
 Command productCommand();
 Command profilesCommand();
 Command copyCommand();
+Command convertCommand();
 
 }  // namespace tessel_cli

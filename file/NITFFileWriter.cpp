@@ -277,7 +277,8 @@ std::shared_ptr<NITFImage> NITFFile::createImage(unsigned columns, unsigned rows
 
     try {
         options.mode = ImageOptions::write_mode;
-        options.segment = static_cast<int32_t>(getNumberImages()) - 1;
+        error = {};
+        options.segment = static_cast<int32_t>(nitf_Record_getNumImages(record, &error)) - 1;
         return std::make_shared<NITFImage>(shared_from_this(), options, messages);
     } catch (const std::exception&) {
         return {};

@@ -28,6 +28,7 @@ NITFFilePrivate::NITFFilePrivate(NITFFile* owner, const NITFURI& uri) : owner_(o
 
 NITFFilePrivate::~NITFFilePrivate() {
     images_.clear();  // images hold the file weakly; their factories go before the record
+    sources_.clear();
     nitf_ImageReader_destruct(&imageReader_);
     nitf_Record_destruct(&record_);
     nitf_Reader_destruct(&reader_);

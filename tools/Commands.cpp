@@ -41,10 +41,10 @@ bool Arguments::has(const std::string& flag) const {
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> all{
-        versionCommand(), versionsCommand(), uriCommand(),       configCommand(),
-        infoCommand(),    readCommand(),     histogramCommand(), recordCommand(),
-        pathCommand(),    dumpCommand(),     sensorCommand(),    tableCommand(),
-        productCommand(), profilesCommand(), copyCommand(),      setCommand()};
+        versionCommand(), versionsCommand(),  uriCommand(),     configCommand(),   infoCommand(),
+        readCommand(),    histogramCommand(), recordCommand(),  pathCommand(),     dumpCommand(),
+        sensorCommand(),  tableCommand(),     productCommand(), profilesCommand(), copyCommand(),
+        setCommand(),     convertCommand()};
     return all;
 }
 

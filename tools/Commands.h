@@ -50,5 +50,6 @@ Command productCommand();
 Command profilesCommand();
 Command copyCommand();
 Command setCommand();
+Command convertCommand();
 
 }  // namespace tessel_cli

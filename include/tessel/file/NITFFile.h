@@ -17,7 +17,9 @@ TESSEL_PUBLIC_BEGIN
 #include "tessel/core/NITFURI.h"
 #include "tessel/core/any_type.h"
 #include "tessel/file/NITFFilePrivate.h"
+#include "tessel/file/NITFSegmentSource.h"
 #include "tessel/image/ImageOptions.h"
+#include "tessel/platform/base/lumo_pixel.h"
 #include "tessel/tables/TableReader.h"
 
 namespace Tessel {
@@ -83,6 +85,26 @@ public:
     // nothing when none does. Malformed "Fields" or "Sources" throw the JSON library's
     // exception. The reader points into this file's record: the file must outlive it.
     std::shared_ptr<TableReader> getTableReader(const TableArguments& arguments);
+
+    // Composing a new file (one from NITFFactory::create), on one thread.
+    using SegmentType = NITFSegmentType;
+    using SegmentSource = NITFSegmentSource;
+
+    // Registers what a segment is written from. The index of an image band is (image index
+    // + 1) * 1000 + band index, that of a data extension its segment index. A key that has a
+    // source already keeps it.
+    void setSource(SegmentType type, size_t index, const std::shared_ptr<SegmentSource>& source);
+    // Adds an uncompressed, band-sequential image segment of `bands` bands and the file
+    // header fields of a new export, and returns its image in write mode (no pixels to
+    // read): `options` gets that mode and the new segment's index. Nothing on failure.
+    std::shared_ptr<NITFImage> createImage(unsigned columns, unsigned rows, unsigned bands,
+                                           unsigned bits, unsigned blockRows, unsigned blockColumns,
+                                           lumo_pixel::type pixelType, const std::string& name,
+                                           ImageOptions& options);
+    // Writes the record to `path`, pulling each segment's data from its source; a band
+    // without a source is written as zeros, with a message. False with the reason in
+    // `messages` when a step fails; the record isn't changed.
+    bool write(const std::string_view& path, NITFMessages& messages);
 
     std::unique_ptr<NITFFilePrivate>& getPrivate();
 

@@ -8,9 +8,11 @@ TESSEL_PUBLIC_BEGIN
 #include <map>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "tessel/core/NITFURI.h"
 #include "tessel/file/BlockCache.h"
+#include "tessel/file/NITFSegmentSource.h"
 #include "tessel/image/ImageOptions.h"
 #include "tessel/paths/PathContext.h"
 #include "tessel/platform/nitf/nitf_ImageIO.h"
@@ -23,8 +25,8 @@ class NITFFile;
 class NITFFilePrivate : public PathContext {
 public:
     NITFFilePrivate(NITFFile* owner, const NITFURI& uri);
-    // Drops the images, then destroys the image reader, the record, the reader and the
-    // input, in this order.
+    // Drops the images and the sources, then destroys the image reader, the record, the reader and
+    // the input, in this order.
     ~NITFFilePrivate() override;
 
     nitf_Record*& getRecord() override;
@@ -37,6 +39,11 @@ public:
     // Nothing for a file that isn't read only. Exceptions of the construction go through.
     std::shared_ptr<NITFImage> getImage(const std::shared_ptr<NITFFile>& file,
                                         const ImageOptions& options, NITFMessages& messages);
+
+    // What a new file's segments are written from, by (type, index).
+    using SourceKey = std::pair<NITFSegmentType, size_t>;
+    using SourceMap = std::map<SourceKey, std::shared_ptr<NITFSegmentSource>>;
+    SourceMap& getSources() { return sources_; }
 
     NITFFile* getOwner() const { return owner_; }
     const NITFURI& getURI() const { return uri_; }
@@ -61,6 +68,7 @@ private:
     nitf_Record* record_ = nullptr;
     nitf_ImageReader* imageReader_ = nullptr;
     BlockCache blockCache_;
+    SourceMap sources_;
     std::map<ImageOptions, std::shared_ptr<NITFImage>> images_;
     bool readOnly_ = true;
     mutable std::recursive_mutex recordMutex_;

@@ -137,9 +137,9 @@ Node encode_list(std::string elementName, nrt_List* list, PathContext& context,
         [list, &context, build, find = std::move(find)](NITFMessages&, const PathList&) {
             Array array;
             int index = 0;
-            for (nrt_ListNode* node = list != nullptr ? list->first : nullptr; node != nullptr;
-                 node = node->next, ++index) {
-                auto* segment = static_cast<Segment*>(node->data);
+            for (nrt_ListNode* entry = list != nullptr ? list->first : nullptr; entry != nullptr;
+                 entry = entry->next, ++index) {
+                auto* segment = static_cast<Segment*>(entry->data);
                 array.add(Node::makeDict(
                     [segment, index, &context, build](NITFMessages&, const PathList&) {
                         return build(segment, index, context);

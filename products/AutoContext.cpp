@@ -268,8 +268,14 @@ void AutoContext::followReferences() {
         }
         auto merged = std::make_shared<Tree>(*target);
         for (const auto& [key, value] : *node_) {
-            if (key != "ref") {
-                merged->put_child(Tree::path_type(key, '\0'), value);
+            if (key == "ref") {
+                continue;
+            }
+            // Keys are taken as they stand, the empty key included (no path parsing).
+            if (auto existing = merged->find(key); existing != merged->not_found()) {
+                existing->second = value;
+            } else {
+                merged->push_back(Tree::value_type(key, value));
             }
         }
         state_->made.push_back(merged);

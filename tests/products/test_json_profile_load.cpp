@@ -151,6 +151,17 @@ TEST_F(JsonProfileLoad, ReferenceWithoutFileNameReadsThisFile) {
     EXPECT_EQ(static_cast<std::string>(layer.Disposition), "TOC|Menu|Catalog");
 }
 
+TEST_F(JsonProfileLoad, ReferenceBesideAnEmptyOrDottedKeyReportsTheKeyAsItStands) {
+    const auto profiles =
+        load(file(product(R"("LayerDefinitions":[{"ref":"#/Common/Layer","":{"x":"1"},"a.b":"2",
+                 "Title":"Mine"}])"),
+                  R"("Common":{"Layer":{"Type":"Image","Key":"K","Title":"Theirs","MapDoc":"",
+                "Source":"s"}})"));
+    EXPECT_TRUE(profiles.empty());
+    EXPECT_TRUE(said("Unknown key ''")) << allMessages();
+    EXPECT_TRUE(said("Unknown key 'a.b'")) << allMessages();
+}
+
 TEST_F(JsonProfileLoad, ParentFolderReferenceFindsTheFileInTheProfileFolder) {
     folder_.write("other.json", R"({"x":{"Type":"Feature","Key":"F","Title":"T","MapDoc":"{}",
         "Source":"s"}})");

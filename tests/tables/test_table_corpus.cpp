@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct TableSpec {
+struct TreTableLayout {
     std::string tag;
     std::string type;  // "SingleTRE" or "SingleTRENested"
     // The count field, or for nested tables the outer and inner count fields.
@@ -28,8 +28,8 @@ struct TableSpec {
     std::vector<std::string> innerColumns;  // indexed by both levels
 };
 
-const std::vector<TableSpec>& tableSpecs() {
-    static const std::vector<TableSpec> specs{
+const std::vector<TreTableLayout>& treTableLayouts() {
+    static const std::vector<TreTableLayout> layouts{
         {"J2KLRA", "SingleTRE", "NLAYERS_O", "", {"LAYER_ID", "BITRATE"}, {}},
         {"ENGRDA", "SingleTRE", "RECNT", "", {"ENGLBL", "ENGMTXC", "ENGMTXR", "ENGDATC"}, {}},
         {"HISTOA", "SingleTRE", "NEVENTS", "", {"PDATE", "PSITE", "PAS", "NIPCOM", "OBPP"}, {}},
@@ -53,7 +53,7 @@ const std::vector<TableSpec>& tableSpecs() {
          {"POINT_SET_TYPE"},
          {"P_ROW", "P_COLUMN"}},
     };
-    return specs;
+    return layouts;
 }
 
 // Corpus files whose manifest lists the tag among the image TREs.
@@ -93,24 +93,24 @@ std::string cellText(const any_type::value& value) {
     return "<empty>";
 }
 
-Tessel::TableArguments definitionOf(const TableSpec& spec, int image) {
+Tessel::TableArguments definitionOf(const TreTableLayout& layout, int image) {
     std::string fields = "[";
-    for (const auto& column : spec.outerColumns) {
+    for (const auto& column : layout.outerColumns) {
         fields += std::string(fields.size() > 1 ? "," : "") + "{\"name\":\"" + column +
-                  (spec.innerCount.empty() ? "" : ".i") + "\",\"type\":\"string\"}";
+                  (layout.innerCount.empty() ? "" : ".i") + "\",\"type\":\"string\"}";
     }
-    for (const auto& column : spec.innerColumns) {
+    for (const auto& column : layout.innerColumns) {
         fields += std::string(fields.size() > 1 ? "," : "") + "{\"name\":\"" + column +
                   ".i.j\",\"type\":\"string\"}";
     }
     fields += "]";
-    const std::string sources = "[{\"name\":\"" + spec.tag +
+    const std::string sources = "[{\"name\":\"" + layout.tag +
                                 "\",\"segment\":\"Images\",\"index\":" + std::to_string(image) +
                                 "}]";
-    const std::string rows = spec.innerCount.empty()
-                                 ? spec.outerCount
-                                 : "i=" + spec.outerCount + ",j=" + spec.innerCount + ".i";
-    return {{L"TableType", std::to_wstring(spec.type)},
+    const std::string rows = layout.innerCount.empty()
+                                 ? layout.outerCount
+                                 : "i=" + layout.outerCount + ",j=" + layout.innerCount + ".i";
+    return {{L"TableType", std::to_wstring(layout.type)},
             {L"Fields", fields},
             {L"Sources", sources},
             {L"RowCountField", rows}};
@@ -122,42 +122,42 @@ TEST(TableCorpus, RepeatingGroupCellsEqualTheirMetadataPaths) {
     }
     size_t tables = 0;
     size_t cells = 0;
-    for (const TableSpec& spec : tableSpecs()) {
-        for (const fs::path& path : corpusFilesWithTre(spec.tag)) {
-            SCOPED_TRACE(path.string() + " " + spec.tag + " " + spec.type);
+    for (const TreTableLayout& layout : treTableLayouts()) {
+        for (const fs::path& path : corpusFilesWithTre(layout.tag)) {
+            SCOPED_TRACE(path.string() + " " + layout.tag + " " + layout.type);
             Tessel::NITFMessages messages;
             auto context = Tessel::NITFFactory::get().open(
                 Tessel::NITFURI(std::string_view(path.string())), messages);
             ASSERT_TRUE(context);
             const Tessel::NITFFile& file = context.getFile();
             for (int image = 0; image < static_cast<int>(context.getNumberImages()); ++image) {
-                const std::string base = "/Images/" + std::to_string(image) + "/TREs/" + spec.tag;
+                const std::string base = "/Images/" + std::to_string(image) + "/TREs/" + layout.tag;
                 const std::string whole = file.getPathString(image, base + "?JSON", "");
                 if (whole.empty()) {
                     continue;
                 }
                 // A TRE that comes twice is an array of them: the table reads the first.
                 const std::string prefix = whole.front() == '[' ? base + "/0" : base;
-                auto reader = context.getTableReader(definitionOf(spec, image));
+                auto reader = context.getTableReader(definitionOf(layout, image));
                 ASSERT_TRUE(reader);
-                const int64_t outer = file.getPathInt(image, prefix + "/" + spec.outerCount, 0);
+                const int64_t outer = file.getPathInt(image, prefix + "/" + layout.outerCount, 0);
                 int row = 0;
                 for (int64_t i = 0; i < outer; ++i) {
                     const std::string at = "/" + std::to_string(i);
                     const int64_t inner =
-                        spec.innerCount.empty()
+                        layout.innerCount.empty()
                             ? 1
-                            : file.getPathInt(image, prefix + "/" + spec.innerCount + at, 0);
+                            : file.getPathInt(image, prefix + "/" + layout.innerCount + at, 0);
                     for (int64_t j = 0; j < inner; ++j, ++row) {
                         ASSERT_LT(row, reader->GetRowCount());
                         int column = 0;
-                        for (const auto& name : spec.outerColumns) {
+                        for (const auto& name : layout.outerColumns) {
                             EXPECT_EQ(trimmed(cellText(reader->GetValue(row, column++))),
                                       file.getPathString(image, prefix + "/" + name + at, ""))
                                 << name << " row " << row;
                             ++cells;
                         }
-                        for (const auto& name : spec.innerColumns) {
+                        for (const auto& name : layout.innerColumns) {
                             const std::string inside = at + "/" + std::to_string(j);
                             EXPECT_EQ(trimmed(cellText(reader->GetValue(row, column++))),
                                       file.getPathString(image, prefix + "/" + name + inside, ""))

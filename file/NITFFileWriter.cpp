@@ -11,6 +11,7 @@
 
 #include <fmt/format.h>
 
+#include "platform/nitf/Internal.h"
 #include "tessel/core/NitroError.h"
 #include "tessel/core/TextForms.h"
 #include "tessel/file/NITFFile.h"
@@ -175,18 +176,6 @@ T* listAt(nitf_List* list, size_t index) {
         return nullptr;
     }
     return static_cast<T*>(nrt_ListIterator_get(&at));
-}
-
-std::string trimmedField(const nitf_Field* field) {
-    if (field == nullptr || field->raw == nullptr) {
-        return {};
-    }
-    std::string text(field->raw, field->length);
-    const size_t first = text.find_first_not_of(' ');
-    if (first == std::string::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
 uint64_t fieldNumber(nitf_Field* field) {
@@ -406,7 +395,7 @@ bool NITFFile::write(const std::string_view& path, NITFMessages& messages) {
             auto* segment = detail_writer::listAt<nitf_DESegment>(record->dataExtensions, index);
             const bool overflow =
                 segment != nullptr &&
-                detail_writer::trimmedField(segment->subheader->typeID) == "TRE_OVERFLOW";
+                tessel_nitf::strippedText(segment->subheader->typeID) == "TRE_OVERFLOW";
             if (!overflow) {  // the writer fills an overflow segment from its TREs
                 messages.push_back(fmt::format("{}: Missing Segment Source for DES {}",
                                                detail_writer::kSourceContext, index));

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "paths/PathWriter.h"
+#include "platform/nitf/Internal.h"
 #include "tessel/core/NitroError.h"
 #include "tessel/paths/PathWalker.h"
 #include "tessel/platform/nitf/nitf_Segments.h"
@@ -20,19 +21,6 @@ namespace detail_path_creators {
 
 // An image has at most nine comments: NICOM is one digit.
 constexpr size_t kMaxComments = 9;
-
-std::string trimmedField(const nitf_Field* field) {
-    if (field == nullptr || field->raw == nullptr) {
-        return {};
-    }
-    constexpr std::string_view kBlanks = " \t\r\v\n";
-    const std::string_view text(field->raw, field->length);
-    const size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return std::string(text.substr(first, text.find_last_not_of(kBlanks) - first + 1));
-}
 
 bool readNumber(nitf_Field* field, uint32_t& value, NITFMessages& messages, const PathList& path) {
     nrt_Error error{};
@@ -148,11 +136,11 @@ bool reshapeImage(nitf_ImageSubheader* subheader, std::optional<uint32_t> bands,
     if (subheader == nullptr) {
         return false;
     }
-    const std::string pvtype = trimmedField(subheader->NITF_PVTYPE);
-    const std::string pjust = trimmedField(subheader->NITF_PJUST);
-    const std::string irep = trimmedField(subheader->NITF_IREP);
-    const std::string icat = trimmedField(subheader->NITF_ICAT);
-    const std::string imode = trimmedField(subheader->NITF_IMODE);
+    const std::string pvtype = tessel_nitf::strippedText(subheader->NITF_PVTYPE);
+    const std::string pjust = tessel_nitf::strippedText(subheader->NITF_PJUST);
+    const std::string irep = tessel_nitf::strippedText(subheader->NITF_IREP);
+    const std::string icat = tessel_nitf::strippedText(subheader->NITF_ICAT);
+    const std::string imode = tessel_nitf::strippedText(subheader->NITF_IMODE);
     uint32_t nbpp = 0;
     uint32_t abpp = 0;
     uint32_t rows = 0;
@@ -280,7 +268,7 @@ CreateFunction createInTRE(nitf_TRE* tre, nitf_Extensions* section) {
 
 CreateFunction createDESSubheaderTRE(nitf_DESubheader* subheader) {
     return [subheader](std::string_view, NITFMessages& messages, const PathList& path) {
-        const std::string tag = detail_path_creators::trimmedField(subheader->NITF_DESTAG);
+        const std::string tag = tessel_nitf::strippedText(subheader->NITF_DESTAG);
         if (tag.empty()) {
             messages.push_back(fmt::format("{}: DESTAG not set", pathText(path)));
             return false;

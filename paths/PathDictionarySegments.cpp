@@ -10,6 +10,7 @@
 #include "paths/PathDictionary.h"
 #include "paths/PathDictionaryRpf.h"
 #include "paths/PathWriter.h"
+#include "platform/nitf/Internal.h"
 #include "tessel/core/NitroError.h"
 #include "tessel/file/BlockCache.h"
 #include "tessel/file/NITFFile.h"
@@ -134,20 +135,6 @@ const NitroFieldHelper<nitf_DESubheader>* desTable() {
     return table.data();
 }
 
-// Field text without the blanks, tabs and line ends around it; empty for no field.
-std::string trimmedText(const nitf_Field* field) {
-    if (field == nullptr || field->raw == nullptr) {
-        return {};
-    }
-    constexpr std::string_view kBlanks = " \t\r\v\n";
-    const std::string_view text(field->raw, field->length);
-    const size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return std::string(text.substr(first, text.find_last_not_of(kBlanks) - first + 1));
-}
-
 // One Dictionary per band of the subheader.
 Node encodeBands(nitf_ImageSubheader* subheader) {
     Node node = Node::makeArray("Band", [subheader](NITFMessages& messages, const PathList& path) {
@@ -232,11 +219,11 @@ bool isShapefileTag(std::string_view tag) {
 
 // Whether one of the keys of a data extension segment is `key`.
 bool desMatches(nitf_DESubheader* subheader, int index, std::string_view key) {
-    const std::string tag = trimmedText(subheader->typeID);
+    const std::string tag = tessel_nitf::strippedText(subheader->typeID);
     if (key == tag) {
         return true;
     }
-    const std::string item = trimmedText(subheader->dataItemOverflowed);
+    const std::string item = tessel_nitf::strippedText(subheader->dataItemOverflowed);
     if (key == fmt::format("{}-I{}", tag, item) ||
         key == fmt::format("{}-I{}-S{}", tag, item, index) ||
         key == fmt::format("{}-S{}", tag, index)) {
@@ -244,7 +231,7 @@ bool desMatches(nitf_DESubheader* subheader, int index, std::string_view key) {
     }
     if (isShapefileTag(tag) && subheader->subheaderFields != nullptr) {
         const std::string use =
-            trimmedText(nitf_TRE_getField(subheader->subheaderFields, "SHAPE_USE"));
+            tessel_nitf::strippedText(nitf_TRE_getField(subheader->subheaderFields, "SHAPE_USE"));
         return key == fmt::format("{}-{}", tag, use) || key == fmt::format("CSSHP-{}", use);
     }
     return false;
@@ -450,7 +437,7 @@ Dict encodeDESAlt(nitf_DESegment* segment, int index, PathContext& context, bool
              encode_segment_data(index, context, "DES", nitf_Reader_newDEReader, true));
     dict.add("Data", encode_segment_data(index, context, "DES", nitf_Reader_newDEReader, false));
     push_back_data_location(dict, "DESs/{}/Data", index, subheader->dataLength, segment->offset);
-    if (trimmedText(subheader->typeID) == "XML_DATA_CONTENT") {
+    if (tessel_nitf::strippedText(subheader->typeID) == "XML_DATA_CONTENT") {
         dict.add("XML", encodeXMLSegment(index, context));
     }
     if (withID) {

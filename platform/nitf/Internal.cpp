@@ -56,6 +56,19 @@ std::string trimmedText(const nitf_Field* field) {
     return text;
 }
 
+std::string strippedText(const nitf_Field* field) {
+    if (field == nullptr || field->raw == nullptr) {
+        return {};
+    }
+    constexpr std::string_view kBlanks = " \t\r\v\n";
+    const std::string_view text(field->raw, field->length);
+    const size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return std::string(text.substr(first, text.find_last_not_of(kBlanks) - first + 1));
+}
+
 uint32_t storedBandCount(const nitf_ImageSubheader* subheader) {
     uint32_t bands = fieldValue(subheader->numImageBands);
     return bands != 0 ? bands : fieldValue(subheader->numMultispectralImageBands);

@@ -23,6 +23,8 @@ inline uint32_t fieldValue(const nitf_Field* field) {
 bool isNumber(const nitf_Field* field);
 // The field's text without trailing blanks.
 std::string trimmedText(const nitf_Field* field);
+// The field's text without the blanks, tabs and line ends around it; empty for no field.
+std::string strippedText(const nitf_Field* field);
 
 // NBANDS, or XBANDS when NBANDS is 0: the count of the bandInfo array.
 uint32_t storedBandCount(const nitf_ImageSubheader* subheader);

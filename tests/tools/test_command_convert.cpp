@@ -178,19 +178,9 @@ TEST_F(CommandConvert, DiskFullLeavesTheOldFileAndNoPartialFile) {
     const fs::path in = make("big.tif", "GTiff", 64, 64, 1, "Byte");
     const fs::path out = folder_ / "out.ntf";
     std::ofstream(out) << "the old file";
-    // A file size limit of one 1024-byte block; SIGXFSZ ignored, so writes fail with EFBIG.
-    const std::string command = "bash -c \"trap '' XFSZ; ulimit -f 1; exec '" +
-                                std::string(TESSEL_TOOL) + "' convert '" + in.string() + "' '" +
-                                out.string() + "'\" 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    std::string printed;
-    char buffer[4096];
-    for (size_t n = 0; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
-        printed.append(buffer, n);
-    }
-    const int status = pclose(pipe);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << printed;
+    const auto [status, printed] =
+        tessel_test::runToolOnFullDisk("convert '" + in.string() + "' '" + out.string() + "'", 1);
+    EXPECT_EQ(status, 1) << printed;
     EXPECT_NE(printed.find("tessel convert: "), std::string::npos) << printed;
     EXPECT_EQ(bytesOf(out), "the old file");
     EXPECT_EQ(filesInFolder(), 2u) << "a temporary file stayed behind";

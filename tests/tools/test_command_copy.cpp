@@ -63,20 +63,11 @@ TEST_F(CommandCopy, WrongArgumentsAreAUsageError) {
 TEST_F(CommandCopy, DiskFullLeavesTheOldFileAndNoPartialFile) {
     const fs::path out = folder_ / "out.ntf";
     std::ofstream(out) << "the old file";
-    // 1 block of 1024 bytes; the sample is larger. SIGXFSZ ignored: writes fail with EFBIG.
-    const std::string command = "bash -c \"trap '' XFSZ; ulimit -f 1; exec '" +
-                                std::string(TESSEL_TOOL) + "' copy '" + TESSEL_SAMPLE_FILE + "' '" +
-                                out.string() + "'\" 2>&1";
+    // One block of 1024 bytes; the sample is larger.
     ASSERT_GT(fs::file_size(TESSEL_SAMPLE_FILE), 1024u);
-    FILE* pipe = popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    std::string printed;
-    char buffer[4096];
-    for (size_t n = 0; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
-        printed.append(buffer, n);
-    }
-    const int status = pclose(pipe);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << printed;
+    const auto [status, printed] = tessel_test::runToolOnFullDisk(
+        "copy '" + std::string(TESSEL_SAMPLE_FILE) + "' '" + out.string() + "'", 1);
+    EXPECT_EQ(status, 1) << printed;
     EXPECT_NE(printed.find("tessel copy: "), std::string::npos) << printed;
     EXPECT_EQ(bytesOf(out), "the old file");
     EXPECT_EQ(filesInFolder(), 1u) << "a temporary file stayed behind";

@@ -6,7 +6,6 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -17,31 +16,9 @@
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFFileContext.h"
+#include "tessel/file/NITFMemorySource.h"
 
 namespace {
-
-// One band's samples, delivered row after row as the writer pulls them.
-class MemoryBand final : public Tessel::NITFSegmentSource {
-public:
-    explicit MemoryBand(const std::vector<uint8_t>& samples) : samples_(samples) {}
-
-    int64_t size(std::vector<std::string>&) override {
-        return static_cast<int64_t>(samples_.size());
-    }
-    bool read(void* buffer, size_t count, std::vector<std::string>& messages) override {
-        if (count > samples_.size() - offset_) {
-            messages.emplace_back("read past the end of the band");
-            return false;
-        }
-        std::memcpy(buffer, samples_.data() + offset_, count);
-        offset_ += count;
-        return true;
-    }
-
-private:
-    const std::vector<uint8_t>& samples_;
-    size_t offset_ = 0;
-};
 
 struct Pixels {
     uint32_t width = 0, height = 0, bits = 0;
@@ -91,8 +68,10 @@ bool writeFile(const Pixels& pixels, const std::filesystem::path& out) {
         return false;
     }
     for (unsigned band = 0; band < bandCount; ++band) {
-        file.setSource(Tessel::NITFFile::SegmentType::ImageBand, 1000 + band,
-                       std::make_shared<MemoryBand>(pixels.bands[band]));
+        file.setSource(
+            Tessel::NITFFile::SegmentType::ImageBand, 1000 + band,
+            std::make_shared<Tessel::NITFMemorySource>(std::shared_ptr<const std::vector<uint8_t>>(
+                std::shared_ptr<void>(), &pixels.bands[band])));
     }
     return file.write(out.string(), messages);
 }

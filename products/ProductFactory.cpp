@@ -13,6 +13,7 @@
 #include "tessel/platform/base/text.h"
 #include "tessel/products/NITFProductDefaultProfile.h"
 #include "tessel/products/NITFProductJsonConfigProfile.h"
+#include "tessel/products/Substitution.h"
 
 namespace Tessel {
 namespace {

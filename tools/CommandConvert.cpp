@@ -1,5 +1,4 @@
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -13,6 +12,7 @@
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFFileContext.h"
+#include "tessel/file/NITFMemorySource.h"
 #include "tessel/file/RecordCopy.h"
 #include "tessel/image/NITFImage.h"
 #include "tessel/platform/nitf.h"
@@ -69,28 +69,6 @@ std::string parseConvert(const Arguments& arguments, ConvertArguments& parsed) {
     parsed.output = positional[1];
     return {};
 }
-
-// One band of the decoded image, delivered in order.
-class ConvertPlaneSource final : public Tessel::NITFFile::SegmentSource {
-public:
-    ConvertPlaneSource(std::shared_ptr<const RasterImage> image, size_t band)
-        : image_(std::move(image)), plane_(image_->planes[band]) {}
-    int64_t size(std::vector<std::string>&) override { return static_cast<int64_t>(plane_.size()); }
-    bool read(void* buffer, size_t count, std::vector<std::string>& messages) override {
-        if (count > plane_.size() - at_) {
-            messages.emplace_back("the image has fewer samples than the subheader needs");
-            return false;
-        }
-        std::memcpy(buffer, plane_.data() + at_, count);
-        at_ += count;
-        return true;
-    }
-
-private:
-    std::shared_ptr<const RasterImage> image_;  // keeps the plane alive
-    const std::vector<uint8_t>& plane_;
-    size_t at_ = 0;
-};
 
 bool setConvertField(nitf_Field* field, const std::string& value) {
     nrt_Error error{};
@@ -177,8 +155,10 @@ int runConvert(const Arguments& arguments) {
         }
     }
     for (size_t band = 0; band < bands; ++band) {
-        file.setSource(Tessel::NITFFile::SegmentType::ImageBand, 1000 + band,
-                       std::make_shared<ConvertPlaneSource>(image, band));
+        file.setSource(
+            Tessel::NITFFile::SegmentType::ImageBand, 1000 + band,
+            std::make_shared<Tessel::NITFMemorySource>(
+                std::shared_ptr<const std::vector<uint8_t>>(image, &image->planes[band])));
     }
     std::string error;
     const bool written = Tessel::writeAtomically(

@@ -20,6 +20,7 @@
 #include "tessel/file/NITFFileContext.h"
 #include "tessel/file/NITFFilePrivate.h"
 #include "tessel/file/NITFInfo.h"
+#include "tessel/file/NITFMemorySource.h"
 #include "tessel/file/NITFSegmentSource.h"
 #include "tessel/file/OpenFailure.h"
 #include "tessel/file/RecordCopy.h"

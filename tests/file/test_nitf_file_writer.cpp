@@ -16,6 +16,7 @@
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/NITFFile.h"
 #include "tessel/file/NITFFileContext.h"
+#include "tessel/file/NITFMemorySource.h"
 #include "tessel/image/NITFImage.h"
 #include "tessel/platform/nitf.h"
 #include "tests/platform/nitf/sha256.h"
@@ -26,30 +27,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Tessel::NITFFile;
-
-// Delivers a buffer from its start, in the pieces the writer asks for, and from the start
-// again once all of it was delivered, for the next write.
-class BufferSource final : public NITFFile::SegmentSource {
-public:
-    explicit BufferSource(std::vector<uint8_t> bytes) : bytes_(std::move(bytes)) {}
-    int64_t size(std::vector<std::string>&) override { return static_cast<int64_t>(bytes_.size()); }
-    bool read(void* buffer, size_t count, std::vector<std::string>& messages) override {
-        if (at_ == bytes_.size()) {
-            at_ = 0;
-        }
-        if (count > bytes_.size() - at_) {
-            messages.emplace_back("read past the end of the buffer");
-            return false;
-        }
-        std::memcpy(buffer, bytes_.data() + at_, count);
-        at_ += count;
-        return true;
-    }
-
-private:
-    std::vector<uint8_t> bytes_;
-    size_t at_ = 0;
-};
 
 // Has the right size but can't deliver.
 class BrokenSource final : public NITFFile::SegmentSource {
@@ -66,7 +43,8 @@ private:
 };
 
 std::shared_ptr<NITFFile::SegmentSource> bytesOf(std::vector<uint8_t> bytes) {
-    return std::make_shared<BufferSource>(std::move(bytes));
+    return std::make_shared<Tessel::NITFMemorySource>(
+        std::make_shared<const std::vector<uint8_t>>(std::move(bytes)));
 }
 
 // `count` bytes counting up from `first`.

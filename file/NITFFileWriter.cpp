@@ -178,19 +178,11 @@ T* listAt(nitf_List* list, size_t index) {
     return static_cast<T*>(nrt_ListIterator_get(&at));
 }
 
-uint64_t fieldNumber(nitf_Field* field) {
-    nrt_Error error{};
-    uint64_t value = 0;
-    if (field == nullptr || !nitf_Field_get(field, &value, NITF_CONV_UINT, sizeof(value), &error)) {
-        return 0;
-    }
-    return value;
-}
-
 // The bytes one band of the image holds, as its subheader gives the shape.
 uint64_t bandBytes(nitf_ImageSubheader* subheader) {
-    const uint64_t bits = fieldNumber(subheader->numBitsPerPixel);
-    return fieldNumber(subheader->numRows) * fieldNumber(subheader->numCols) * ((bits + 7) / 8);
+    const uint64_t bits = tessel_nitf::fieldValue64(subheader->numBitsPerPixel);
+    return tessel_nitf::fieldValue64(subheader->numRows) *
+           tessel_nitf::fieldValue64(subheader->numCols) * ((bits + 7) / 8);
 }
 
 // The objects of one write, destroyed in the reverse order of their making.
@@ -210,6 +202,138 @@ struct WriteObjects {
         nrt_IOInterface_destruct(&io);
     }
 };
+
+using SourceMap = NITFFilePrivate::SourceMap;
+
+// Where the source of a band of an image stands in the sources map.
+NITFFilePrivate::SourceKey bandKey(uint32_t image, uint32_t band) {
+    return {NITFSegmentType::ImageBand, (size_t{image} + 1) * kBandKeyStride + band};
+}
+
+// The band count of an image segment; 0 when the segment or its count is missing.
+uint32_t bandCount(nitf_ImageSegment* segment) {
+    if (segment == nullptr) {
+        return 0;
+    }
+    nrt_Error error{};
+    const uint32_t bands = nitf_ImageSubheader_getBandCount(segment->subheader, &error);
+    return bands == NITF_INVALID_BAND_COUNT ? 0 : bands;
+}
+
+// A band source must deliver the band as the subheader shapes it: a wrong size is refused
+// before anything is written.
+bool sourcesFitTheirBands(nitf_Record* record, uint32_t images, const SourceMap& sources,
+                          NITFMessages& messages) {
+    for (uint32_t index = 0; index < images; ++index) {
+        auto* segment = listAt<nitf_ImageSegment>(record->images, index);
+        const uint32_t bands = bandCount(segment);
+        for (uint32_t band = 0; band < bands; ++band) {
+            const auto found = sources.find(bandKey(index, band));
+            if (found == sources.end() || !found->second) {
+                continue;
+            }
+            const uint64_t expected = bandBytes(segment->subheader);
+            const int64_t size = found->second->size(messages);
+            if (size < 0 || static_cast<uint64_t>(size) != expected) {
+                messages.push_back(fmt::format(
+                    "{}: Image {}, Band {}: the source delivers {} bytes, the subheader needs {}",
+                    kSourceContext, index, band, size, expected));
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+// The image writer of one image, fed band by band from the host's sources (zero fill, with
+// a message, for a band without one).
+bool attachImageSources(WriteObjects& objects, nitf_Record* record, uint32_t index,
+                        const SourceMap& sources, NITFMessages& messages) {
+    nrt_Error error{};
+    nrt_HashTable* table = nrt_HashTable_construct(4, &error);
+    if (table != nullptr) {
+        objects.options.push_back(table);
+    }
+    nitf_ImageWriter* imageWriter =
+        table == nullptr
+            ? nullptr
+            : nitf_Writer_newImageWriter(objects.writer, static_cast<int>(index), table, &error);
+    if (checkNitroError(error, messages, {"ImageWriter"}, imageWriter == nullptr)) {
+        return false;
+    }
+    error = {};
+    nitf_ImageSource* imageSource = nitf_ImageSource_construct(&error);
+    if (checkNitroError(error, messages, {"ImageSource"}, imageSource == nullptr)) {
+        return false;
+    }
+    const uint32_t bands = bandCount(listAt<nitf_ImageSegment>(record->images, index));
+    for (uint32_t band = 0; band < bands; ++band) {
+        const auto found = sources.find(bandKey(index, band));
+        const std::shared_ptr<NITFSegmentSource> source =
+            found == sources.end() ? nullptr : found->second;
+        if (found == sources.end()) {
+            messages.push_back(
+                fmt::format("{}: Missing Segment Source from Image {}, Band {}, Using Zero Fill",
+                            kSourceContext, index, band));
+        }
+        error = {};
+        nitf_BandSource* wrapped = wrapSource(source, "BandSource_construct", &error);
+        if (checkNitroError(error, messages, {"ImageSource", "MapSource"}, wrapped == nullptr)) {
+            nitf_ImageSource_destruct(&imageSource);
+            return false;
+        }
+        error = {};
+        const bool added = nitf_ImageSource_addBand(imageSource, wrapped, &error);
+        if (checkNitroError(error, messages, {"ImageSource", "AddBand"}, !added)) {
+            nitf_ImageSource_destruct(&imageSource);
+            return false;
+        }
+    }
+    error = {};
+    const bool attached = nitf_ImageWriter_attachSource(imageWriter, imageSource, &error);
+    if (checkNitroError(error, messages, {"ImageSource", "AttachSource"}, !attached)) {
+        nitf_ImageSource_destruct(&imageSource);
+        return false;
+    }
+    return true;
+}
+
+// The segment writer of one data extension, fed from the host's source. A missing source
+// is reported and the extension skipped, except for an overflow segment, which the writer
+// fills from its TREs.
+bool attachExtensionSource(WriteObjects& objects, nitf_Record* record, uint32_t index,
+                           const SourceMap& sources, NITFMessages& messages) {
+    nrt_Error error{};
+    nitf_SegmentWriter* segmentWriter =
+        nitf_Writer_newDEWriter(objects.writer, static_cast<int>(index), &error);
+    if (checkNitroError(error, messages, {"DEWriter"}, segmentWriter == nullptr)) {
+        return false;
+    }
+    const auto found = sources.find({NITFSegmentType::DataExtension, index});
+    if (found == sources.end()) {
+        auto* segment = listAt<nitf_DESegment>(record->dataExtensions, index);
+        const bool overflow =
+            segment != nullptr &&
+            tessel_nitf::strippedText(segment->subheader->typeID) == "TRE_OVERFLOW";
+        if (!overflow) {
+            messages.push_back(
+                fmt::format("{}: Missing Segment Source for DES {}", kSourceContext, index));
+        }
+        return true;
+    }
+    error = {};
+    nitf_SegmentSource* wrapped = wrapSource(found->second, "SegmentSource_construct", &error);
+    if (checkNitroError(error, messages, {"DESSource", "MapSource"}, wrapped == nullptr)) {
+        return false;
+    }
+    error = {};
+    const bool attached = nitf_SegmentWriter_attachSource(segmentWriter, wrapped, &error);
+    if (checkNitroError(error, messages, {"DESSource", "AttachSource"}, !attached)) {
+        nitf_SegmentSource_destruct(&wrapped);
+        return false;
+    }
+    return true;
+}
 
 }  // namespace detail_writer
 
@@ -281,32 +405,8 @@ bool NITFFile::write(const std::string_view& path, NITFMessages& messages) {
     const uint32_t images = record == nullptr ? 0 : nitf_Record_getNumImages(record, &error);
     const uint32_t extensions =
         record == nullptr ? 0 : nitf_Record_getNumDataExtensions(record, &error);
-
-    // A band source must deliver the band as the subheader shapes it: a wrong size is
-    // refused before anything is written.
-    for (uint32_t index = 0; index < images; ++index) {
-        auto* segment = detail_writer::listAt<nitf_ImageSegment>(record->images, index);
-        if (segment == nullptr) {
-            continue;
-        }
-        error = {};
-        const uint32_t bands = nitf_ImageSubheader_getBandCount(segment->subheader, &error);
-        const uint64_t expected = detail_writer::bandBytes(segment->subheader);
-        for (uint32_t band = 0; bands != NITF_INVALID_BAND_COUNT && band < bands; ++band) {
-            const auto found =
-                sources.find({SegmentType::ImageBand,
-                              (size_t{index} + 1) * detail_writer::kBandKeyStride + band});
-            if (found == sources.end() || !found->second) {
-                continue;
-            }
-            const int64_t size = found->second->size(messages);
-            if (size < 0 || static_cast<uint64_t>(size) != expected) {
-                messages.push_back(fmt::format(
-                    "{}: Image {}, Band {}: the source delivers {} bytes, the subheader needs {}",
-                    detail_writer::kSourceContext, index, band, size, expected));
-                return false;
-            }
-        }
+    if (!detail_writer::sourcesFitTheirBands(record, images, sources, messages)) {
+        return false;
     }
 
     detail_writer::WriteObjects objects;
@@ -325,98 +425,16 @@ bool NITFFile::write(const std::string_view& path, NITFMessages& messages) {
     if (checkNitroError(error, messages, {"Prepare"}, !prepared)) {
         return false;
     }
-
     for (uint32_t index = 0; index < images; ++index) {
-        error = {};
-        nrt_HashTable* table = nrt_HashTable_construct(4, &error);
-        if (table != nullptr) {
-            objects.options.push_back(table);
-        }
-        nitf_ImageWriter* imageWriter =
-            table == nullptr ? nullptr
-                             : nitf_Writer_newImageWriter(objects.writer, static_cast<int>(index),
-                                                          table, &error);
-        if (checkNitroError(error, messages, {"ImageWriter"}, imageWriter == nullptr)) {
-            return false;
-        }
-        error = {};
-        nitf_ImageSource* imageSource = nitf_ImageSource_construct(&error);
-        if (checkNitroError(error, messages, {"ImageSource"}, imageSource == nullptr)) {
-            return false;
-        }
-        auto* segment = detail_writer::listAt<nitf_ImageSegment>(record->images, index);
-        error = {};
-        const uint32_t bands =
-            segment == nullptr ? 0 : nitf_ImageSubheader_getBandCount(segment->subheader, &error);
-        for (uint32_t band = 0; bands != NITF_INVALID_BAND_COUNT && band < bands; ++band) {
-            std::shared_ptr<SegmentSource> source;
-            const auto found =
-                sources.find({SegmentType::ImageBand,
-                              (size_t{index} + 1) * detail_writer::kBandKeyStride + band});
-            if (found != sources.end()) {
-                source = found->second;
-            } else {
-                messages.push_back(fmt::format(
-                    "{}: Missing Segment Source from Image {}, Band {}, Using Zero Fill",
-                    detail_writer::kSourceContext, index, band));
-            }
-            error = {};
-            nitf_BandSource* bandSource =
-                detail_writer::wrapSource(source, "BandSource_construct", &error);
-            if (checkNitroError(error, messages, {"ImageSource", "MapSource"},
-                                bandSource == nullptr)) {
-                nitf_ImageSource_destruct(&imageSource);
-                return false;
-            }
-            error = {};
-            const bool added = nitf_ImageSource_addBand(imageSource, bandSource, &error);
-            if (checkNitroError(error, messages, {"ImageSource", "AddBand"}, !added)) {
-                nitf_ImageSource_destruct(&imageSource);
-                return false;
-            }
-        }
-        error = {};
-        const bool attached = nitf_ImageWriter_attachSource(imageWriter, imageSource, &error);
-        if (checkNitroError(error, messages, {"ImageSource", "AttachSource"}, !attached)) {
-            nitf_ImageSource_destruct(&imageSource);
+        if (!detail_writer::attachImageSources(objects, record, index, sources, messages)) {
             return false;
         }
     }
-
     for (uint32_t index = 0; index < extensions; ++index) {
-        error = {};
-        nitf_SegmentWriter* segmentWriter =
-            nitf_Writer_newDEWriter(objects.writer, static_cast<int>(index), &error);
-        if (checkNitroError(error, messages, {"DEWriter"}, segmentWriter == nullptr)) {
-            return false;
-        }
-        const auto found = sources.find({SegmentType::DataExtension, index});
-        if (found == sources.end()) {
-            auto* segment = detail_writer::listAt<nitf_DESegment>(record->dataExtensions, index);
-            const bool overflow =
-                segment != nullptr &&
-                tessel_nitf::strippedText(segment->subheader->typeID) == "TRE_OVERFLOW";
-            if (!overflow) {  // the writer fills an overflow segment from its TREs
-                messages.push_back(fmt::format("{}: Missing Segment Source for DES {}",
-                                               detail_writer::kSourceContext, index));
-            }
-            continue;
-        }
-        error = {};
-        nitf_SegmentSource* segmentSource =
-            detail_writer::wrapSource(found->second, "SegmentSource_construct", &error);
-        if (checkNitroError(error, messages, {"DESSource", "MapSource"},
-                            segmentSource == nullptr)) {
-            return false;
-        }
-        error = {};
-        const bool attached = nitf_SegmentWriter_attachSource(segmentWriter, segmentSource, &error);
-        if (checkNitroError(error, messages, {"DESSource", "AttachSource"}, !attached)) {
-            nitf_SegmentSource_destruct(&segmentSource);
+        if (!detail_writer::attachExtensionSource(objects, record, index, sources, messages)) {
             return false;
         }
     }
-
     error = {};
     const bool written = nitf_Writer_write(objects.writer, &error);
     return !checkNitroError(error, messages, {"Write"}, !written);

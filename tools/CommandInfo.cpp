@@ -1,5 +1,4 @@
 #include <cstdio>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -10,9 +9,9 @@
 #include "tessel/file/NITFFile.h"
 #include "tessel/image/ImageOptions.h"
 #include "tessel/image/NITFImage.h"
-#include "tessel/platform/base/nitf_fs.h"
 #include "tessel/platform/nitf.h"
 #include "tools/Commands.h"
+#include "tools/FileCommands.h"
 #include "tools/ImageDetails.h"
 
 namespace tessel_cli {
@@ -144,29 +143,15 @@ void printText(const Json& info) {
     }
 }
 
-// A failed open reports what the sink holds; an empty sink still gets a line.
-int failToOpen(const Tessel::NITFURI& uri, const Tessel::NITFMessages& messages) {
-    for (const auto& message : messages) {
-        fail("info", message);
-    }
-    if (messages.empty()) {
-        const bool exists = nitf_fs::ext::status(uri.nativePath()).exists();
-        fail("info", uri.getURI_u8(Tessel::URIParts::Path) +
-                         (exists ? ": not a NITF file" : ": No such file or directory"));
-    }
-    return 1;
-}
-
 int runInfo(const Arguments& arguments) {
     if (arguments.positional.size() != 1) {
         return fail("info", "expected one URI (see 'tessel info --help')");
     }
-    const std::string base = std::filesystem::current_path().string();
-    const Tessel::NITFURI uri{std::string_view(arguments.positional[0]), std::string_view(base)};
+    const Tessel::NITFURI uri = uriFromArgument(arguments.positional[0]);
     Tessel::NITFMessages messages;
     const Tessel::NITFFileContext context = Tessel::NITFFactory::get().open(uri, messages);
     if (!context) {
-        return failToOpen(uri, messages);
+        return reportOpenFailure("info", uri, messages);
     }
     Json info = describe(context);
     addImageDetails(context, info);

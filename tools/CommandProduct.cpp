@@ -1,11 +1,9 @@
 #include <cstdio>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <variant>
 
 #include "tessel/file/NITFFactory.h"
-#include "tessel/platform/base/nitf_fs.h"
 #include "tessel/platform/base/text.h"
 #include "tessel/products/NITFProductJsonConfigProfile.h"
 #include "tessel/products/Substitution.h"
@@ -174,23 +172,14 @@ int runProduct(const Arguments& arguments) {
         return fail("product",
                     "expected a URI and at most --profile NAME (see 'tessel product --help')");
     }
-    const std::string base = std::filesystem::current_path().string();
-    Tessel::NITFURI uri{std::string_view(arguments.positional[0]), std::string_view(base)};
+    Tessel::NITFURI uri = uriFromArgument(arguments.positional[0]);
     if (!profile.empty()) {
         uri.profile_name(std::to_wstring(profile));
     }
     Tessel::NITFMessages messages;
     const auto product = Tessel::NITFFactory::get().openProduct(uri, messages);
     if (!product) {
-        for (const auto& message : messages) {
-            fail("product", message);
-        }
-        if (messages.empty()) {
-            const bool exists = nitf_fs::ext::status(uri.nativePath()).exists();
-            fail("product", uri.getURI_u8(Tessel::URIParts::Path) +
-                                (exists ? ": not a NITF file" : ": No such file or directory"));
-        }
-        return 1;
+        return reportOpenFailure("product", uri, messages);
     }
     for (const auto& message : messages) {
         std::fprintf(stderr, "tessel product: warning: %s\n", message.c_str());

@@ -1,7 +1,6 @@
 // tessel set: fields changed by metadata path, and the file written again.
 
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -13,6 +12,7 @@
 #include "tessel/file/RecordCopy.h"
 #include "tessel/platform/nitf.h"
 #include "tools/Commands.h"
+#include "tools/FileCommands.h"
 
 namespace tessel_cli {
 namespace {
@@ -90,8 +90,7 @@ std::optional<SetOptions> parseOptions(const Arguments& arguments) {
 
 // The file, opened apart from the cache so that nothing else sees the changes.
 std::shared_ptr<Tessel::NITFFile> openForChange(const std::string& uriText) {
-    const std::string base = std::filesystem::current_path().string();
-    const Tessel::NITFURI uri{std::string_view(uriText), std::string_view(base)};
+    const Tessel::NITFURI uri = uriFromArgument(uriText);
     Tessel::NITFMessages messages;
     try {
         auto file = std::make_shared<Tessel::NITFFile>(uri, messages);

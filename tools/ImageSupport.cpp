@@ -1,7 +1,6 @@
 #include "tools/ImageSupport.h"
 
 #include <charconv>
-#include <filesystem>
 #include <stdexcept>
 #include <string_view>
 
@@ -10,6 +9,7 @@
 #include "tessel/file/NITFFactory.h"
 #include "tessel/file/OpenFailure.h"
 #include "tessel/image/ImageOptions.h"
+#include "tools/FileCommands.h"
 
 namespace tessel_cli {
 
@@ -106,8 +106,7 @@ std::shared_ptr<Tessel::NITFImage> levelOf(const std::shared_ptr<Tessel::NITFIma
 }  // namespace
 
 OpenedImage openImage(const std::string& uriText, uint32_t level) {
-    const std::string base = std::filesystem::current_path().string();
-    const Tessel::NITFURI uri{std::string_view(uriText), std::string_view(base)};
+    const Tessel::NITFURI uri = uriFromArgument(uriText);
     if (uri.object_type() == Tessel::FileObject::Named) {
         throw std::runtime_error(uriText + ": the URI names no image segment (use #IM_n)");
     }

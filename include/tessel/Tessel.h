@@ -93,6 +93,8 @@
 #include "tessel/products/Substitution.h"
 #include "tessel/sensors/Coordinates.h"
 #include "tessel/sensors/CsmIsdFactory.h"
+#include "tessel/sensors/IntersectionProvider.h"
+#include "tessel/sensors/MensurationProvider.h"
 #include "tessel/sensors/ModelFactory.h"
 #include "tessel/sensors/PluginReset.h"
 #include "tessel/sensors/RasterSensor.h"

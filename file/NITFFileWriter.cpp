@@ -398,6 +398,26 @@ std::shared_ptr<NITFImage> NITFFile::createImage(unsigned columns, unsigned rows
     }
 }
 
+namespace detail_writer {
+
+// The output counts a write that put some of its bytes as done, so a full disk shows only
+// here: the file on disk ends before the end the writer reached.
+bool outputIsWhole(nitf_IOInterface* io, NITFMessages& messages) {
+    nrt_Error error{};
+    const nrt_Off reached = nitf_IOInterface_tell(io, &error);
+    const nrt_Off stored = nitf_IOInterface_getSize(io, &error);
+    if (stored >= reached) {
+        return true;
+    }
+    const std::string text =
+        fmt::format("the output holds {} of its {} bytes (is the disk full?)", stored, reached);
+    nrt_Error_init(&error, text.c_str(), NRT_CTXT, NRT_ERR_WRITING_TO_FILE);
+    checkNitroError(error, messages, {"Write"}, true);
+    return false;
+}
+
+}  // namespace detail_writer
+
 bool NITFFile::write(const std::string_view& path, NITFMessages& messages) {
     nitf_Record* record = d_->getRecord();
     const auto& sources = d_->getSources();
@@ -437,7 +457,8 @@ bool NITFFile::write(const std::string_view& path, NITFMessages& messages) {
     }
     error = {};
     const bool written = nitf_Writer_write(objects.writer, &error);
-    return !checkNitroError(error, messages, {"Write"}, !written);
+    return !checkNitroError(error, messages, {"Write"}, !written) &&
+           detail_writer::outputIsWhole(objects.io, messages);
 }
 
 }  // namespace Tessel

@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -78,6 +80,29 @@ void setField(nitf_Field* field, const std::string& value) {
     nrt_Error error{};
     ASSERT_TRUE(nitf_Field_setString(field, value.c_str(), &error)) << error.message;
 }
+
+// Limits the size of files this process writes while it lives; a write past the limit puts
+// what fits and then fails with EFBIG instead of raising SIGXFSZ.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        previousHandler_ = std::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &previous_);
+        rlimit limited = previous_;
+        limited.rlim_cur = bytes;
+        ::setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~FileSizeLimit() {
+        ::setrlimit(RLIMIT_FSIZE, &previous_);
+        std::signal(SIGXFSZ, previousHandler_);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit previous_{};
+    void (*previousHandler_)(int) = nullptr;
+};
 
 class NITFFileWriter : public ::testing::Test {
 protected:
@@ -300,6 +325,22 @@ TEST_F(NITFFileWriter, OutputThatCantBeCreatedFailsInIO) {
     EXPECT_FALSE(file().write(path("no-such-folder/out.ntf").string(), messages));
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(messages[0].rfind("/IO: ", 0), 0u) << messages[0];
+}
+
+// A full disk, as a file size limit makes it: the write stops part way and fails, saying so.
+TEST_F(NITFFileWriter, OutputCutShortByAFullDiskFailsTheWrite) {
+    ASSERT_TRUE(addImage(256, 256, 1, 8, lumo_pixel::unsigned_integer));
+    file().setSource(NITFFile::SegmentType::ImageBand, 1000, bytesOf(ramp(256 * 256, 1)));
+    Tessel::NITFMessages messages;
+    bool written = true;
+    {
+        const FileSizeLimit limit(40000);
+        written = file().write(path("full.ntf").string(), messages);
+    }
+    EXPECT_FALSE(written);
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(messages[0].rfind("/Write: the output holds 40000 of its ", 0), 0u) << messages[0];
+    EXPECT_EQ(fs::file_size(path("full.ntf")), 40000u);
 }
 
 TEST_F(NITFFileWriter, WritingTwiceGivesTheSameBytesAndLeavesTheRecord) {

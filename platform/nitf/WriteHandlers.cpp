@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "platform/nitf/Internal.h"
@@ -157,16 +158,21 @@ void toFileOrder(char* bytes, size_t count, uint32_t width) {
     }
 }
 
+// Writes the image one block row at a time: each row of each band is read from its source
+// into a small buffer and placed at once where it stands in the file's order, so the pixels
+// are copied once in memory before the output takes them.
 class BlockRowWriter {
 public:
     BlockRowWriter(const BlockShape& shape, nitf_ImageSource* source, nitf_IOInterface* output,
                    nitf_Error* error)
         : s_(shape), source_(source), output_(output), error_(error) {
         rowBytes_ = size_t{s_.blocksPerRow} * s_.blockColumns * s_.bytesPerPixel;
-        bandRows_.assign(size_t{s_.bands} * s_.blockRows * rowBytes_, 0);
-        if (s_.mode != 'S') {
-            blockRow_.assign(bandRows_.size(), 0);
-        }
+        blockWidth_ = size_t{s_.blockColumns} * s_.bytesPerPixel;
+        row_ = std::make_unique_for_overwrite<char[]>(rowBytes_);
+        // Every byte is placed for each block row before it is written, so the buffer isn't
+        // cleared here: a large image would clear it for nothing.
+        blockRowBytes_ = size_t{s_.bands} * s_.blockRows * rowBytes_;
+        blockRow_ = std::make_unique_for_overwrite<char[]>(blockRowBytes_);
     }
 
     bool run() {
@@ -192,34 +198,72 @@ private:
     nitf_IOInterface* output_;
     nitf_Error* error_;
     uint64_t base_ = 0;
-    size_t rowBytes_ = 0;
-    std::vector<char> bandRows_;  // [band][row of the block row][padded columns]
-    std::vector<char> blockRow_;  // the block row in file order (B, P, R)
+    size_t rowBytes_ = 0;    // one row of one band across every block, padding included
+    size_t blockWidth_ = 0;  // one row of one band in one block
+    std::unique_ptr<char[]> row_;
+    std::unique_ptr<char[]> blockRow_;  // the block row in file order (for S, band after band)
+    size_t blockRowBytes_ = 0;
 
-    char* rowOf(uint32_t band, uint32_t row) {
-        return bandRows_.data() + (size_t{band} * s_.blockRows + row) * rowBytes_;
-    }
-
+    // The image's rows of one block row, band by band, placed in file order; columns right
+    // of the image and rows below it are zero.
     bool readBlockRow(uint32_t blockRow) {
-        std::fill(bandRows_.begin(), bandRows_.end(), 0);
         const size_t imageRowBytes = size_t{s_.columns} * s_.bytesPerPixel;
         for (uint32_t row = 0; row < s_.blockRows; ++row) {
             const uint64_t imageRow = uint64_t{blockRow} * s_.blockRows + row;
-            if (imageRow >= s_.rows) {
-                break;  // rows below the image stay zero
-            }
             for (uint32_t band = 0; band < s_.bands; ++band) {
-                nitf_BandSource* source =
-                    nitf_ImageSource_getBand(source_, static_cast<int>(band), error_);
-                if (source == nullptr ||
-                    !source->iface->read(source->data, rowOf(band, row),
-                                         static_cast<nitf_Off>(imageRowBytes), error_)) {
+                if (imageRow >= s_.rows) {
+                    std::memset(row_.get(), 0, rowBytes_);
+                } else if (!readRow(band, imageRowBytes)) {
                     return false;
                 }
-                toFileOrder(rowOf(band, row), imageRowBytes, s_.swapWidth);
+                placeRow(band, row);
             }
         }
         return true;
+    }
+
+    bool readRow(uint32_t band, size_t imageRowBytes) {
+        nitf_BandSource* source = nitf_ImageSource_getBand(source_, static_cast<int>(band), error_);
+        if (source == nullptr ||
+            !source->iface->read(source->data, row_.get(), static_cast<nitf_Off>(imageRowBytes),
+                                 error_)) {
+            return false;
+        }
+        toFileOrder(row_.get(), imageRowBytes, s_.swapWidth);
+        std::memset(row_.get() + imageRowBytes, 0, rowBytes_ - imageRowBytes);
+        return true;
+    }
+
+    // Where row `row` of band `band` in block column `c` starts in the block row.
+    size_t placeOf(uint32_t band, uint32_t row, uint32_t c) const {
+        const size_t rows = s_.blockRows;
+        const size_t bands = s_.bands;
+        switch (s_.mode) {
+            case 'S':  // each band's blocks together
+                return ((band * size_t{s_.blocksPerRow} + c) * rows + row) * blockWidth_;
+            case 'R':  // in each block, a row of every band before the next row
+                return ((c * rows + row) * bands + band) * blockWidth_;
+            default:  // B: in each block, every row of a band before the next band
+                return ((c * bands + band) * rows + row) * blockWidth_;
+        }
+    }
+
+    void placeRow(uint32_t band, uint32_t row) {
+        const char* in = row_.get();
+        for (uint32_t c = 0; c < s_.blocksPerRow; ++c, in += blockWidth_) {
+            if (s_.mode != 'P') {
+                std::memcpy(blockRow_.get() + placeOf(band, row, c), in, blockWidth_);
+                continue;
+            }
+            // P: the bands of each pixel side by side.
+            const size_t pixel = s_.bytesPerPixel;
+            const size_t step = pixel * s_.bands;
+            char* out = blockRow_.get() +
+                        (size_t{c} * s_.blockRows + row) * blockWidth_ * s_.bands + band * pixel;
+            for (uint32_t x = 0; x < s_.blockColumns; ++x, out += step) {
+                std::memcpy(out, in + x * pixel, pixel);
+            }
+        }
     }
 
     bool writeAt(uint64_t offset, const char* bytes, size_t count) {
@@ -228,62 +272,19 @@ private:
                nitf_IOInterface_write(output_, bytes, count, error_);
     }
 
-    // One block of one band, its rows one after another.
-    char* copyBlockBand(char* out, uint32_t band, uint32_t column) {
-        const size_t width = size_t{s_.blockColumns} * s_.bytesPerPixel;
-        for (uint32_t row = 0; row < s_.blockRows; ++row) {
-            std::memcpy(out, rowOf(band, row) + column * width, width);
-            out += width;
-        }
-        return out;
-    }
-
     bool writeBlockRow(uint32_t blockRow) {
-        const size_t blockBand = s_.blockBandBytes();
-        if (s_.mode == 'S') {
-            // Band-sequential: each band's block row has a place of its own.
-            for (uint32_t band = 0; band < s_.bands; ++band) {
-                std::vector<char> blocks(blockBand * s_.blocksPerRow);
-                char* out = blocks.data();
-                for (uint32_t c = 0; c < s_.blocksPerRow; ++c) {
-                    out = copyBlockBand(out, band, c);
-                }
-                const uint64_t at =
-                    (uint64_t{band} * s_.blocksPerColumn + blockRow) * s_.blocksPerRow * blockBand;
-                if (!writeAt(at, blocks.data(), blocks.size())) {
-                    return false;
-                }
-            }
-            return true;
+        if (s_.mode != 'S') {
+            return writeAt(uint64_t{blockRow} * blockRowBytes_, blockRow_.get(), blockRowBytes_);
         }
-        char* out = blockRow_.data();
-        const size_t pixel = s_.bytesPerPixel;
-        for (uint32_t c = 0; c < s_.blocksPerRow; ++c) {
-            if (s_.mode == 'B') {
-                for (uint32_t band = 0; band < s_.bands; ++band) {
-                    out = copyBlockBand(out, band, c);
-                }
-                continue;
-            }
-            for (uint32_t row = 0; row < s_.blockRows; ++row) {
-                const size_t first = size_t{c} * s_.blockColumns * pixel;
-                if (s_.mode == 'R') {
-                    for (uint32_t band = 0; band < s_.bands; ++band) {
-                        std::memcpy(out, rowOf(band, row) + first, s_.blockColumns * pixel);
-                        out += s_.blockColumns * pixel;
-                    }
-                    continue;
-                }
-                for (uint32_t x = 0; x < s_.blockColumns; ++x) {  // P: pixel-interleaved
-                    for (uint32_t band = 0; band < s_.bands; ++band) {
-                        std::memcpy(out, rowOf(band, row) + first + x * pixel, pixel);
-                        out += pixel;
-                    }
-                }
+        // Band-sequential: each band's block row has a place of its own.
+        const size_t bandBytes = blockRowBytes_ / s_.bands;
+        for (uint32_t band = 0; band < s_.bands; ++band) {
+            const uint64_t at = (uint64_t{band} * s_.blocksPerColumn + blockRow) * bandBytes;
+            if (!writeAt(at, blockRow_.get() + band * bandBytes, bandBytes)) {
+                return false;
             }
         }
-        const uint64_t at = uint64_t{blockRow} * blockRow_.size();
-        return writeAt(at, blockRow_.data(), blockRow_.size());
+        return true;
     }
 };
 

@@ -133,6 +133,10 @@ void copyRow(const BlockJob& job, const Sample* row, uint32_t width, uint32_t co
             continue;  // the stream has fewer components than the image has bands
         }
         auto* destination = target.buffer + uint64_t{line} * width * sizeof(Sample);
+        if (components == 1) {
+            std::memcpy(destination, row, size_t{width} * sizeof(Sample));
+            continue;
+        }
         for (uint32_t x = 0; x < width; ++x) {
             const Sample sample = row[uint64_t{x} * components + target.band];
             std::memcpy(destination + uint64_t{x} * sizeof(Sample), &sample, sizeof(Sample));
@@ -382,9 +386,12 @@ bool decodeWithJpeg12(const BlockJob& job, BlockStreamSource& stream) {
 // it; the data's size when no marker byte follows.
 size_t nextMarker(const std::vector<uint8_t>& data, size_t i) {
     const size_t size = data.size();
-    while (i < size && data[i] != 0xFF) {
-        ++i;
+    if (i >= size) {
+        return size;
     }
+    const void* found = std::memchr(data.data() + i, 0xFF, size - i);
+    i = found == nullptr ? size
+                         : static_cast<size_t>(static_cast<const uint8_t*>(found) - data.data());
     while (i + 1 < size && data[i + 1] == 0xFF) {
         ++i;
     }

@@ -936,6 +936,10 @@ struct BitReader {
     }
 
     void consume(int count, Decompressor& decoder) {
+        if (paddedBits == 0) {
+            bitsLeft -= count;  // fill() gave at least `count` bits of real data
+            return;
+        }
         const int real = bitsLeft - paddedBits;
         bitsLeft -= count;
         if (count > real && !insufficient) {

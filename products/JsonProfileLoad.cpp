@@ -177,8 +177,10 @@ struct JsonProfileLoader {
 
     // A required, non-empty string.
     static std::wstring requiredText(const AutoContext& node) {
+        const size_t before = node.messages().size();
         std::wstring text = node.getWideString();
-        if (node.exists() && text.empty() && !node.hasChildren()) {
+        // A read that failed has said why; its empty text needs no second message.
+        if (node.exists() && text.empty() && node.messages().size() == before) {
             node.fail("Value should not be empty.");
         }
         return text;

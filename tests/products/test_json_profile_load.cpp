@@ -383,4 +383,13 @@ TEST_F(JsonProfileLoad, ProductWithoutDefinitionsIsDroppedAtStartUpToo) {
     EXPECT_TRUE(said("MosaicDefinitions: Missing Node")) << allMessages();
 }
 
+TEST_F(JsonProfileLoad, EndlessVariableInARequiredTextGivesOneMessage) {
+    EXPECT_TRUE(load(R"({"@Variables":{"A":"@{B}","B":"@{A}"},"Products":[{"Name":"P",
+        "Title":"@{A}","Type":"Y","Priority":"1","Match":[],"LayerDefinitions":[],
+        "MosaicDefinitions":[]}]})")
+                    .empty());
+    ASSERT_EQ(messages_.size(), 1U) << allMessages();
+    EXPECT_TRUE(said("Title: Variable 'A' does not stop expanding")) << allMessages();
+}
+
 }  // namespace

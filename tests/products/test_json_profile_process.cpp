@@ -305,4 +305,25 @@ TEST_F(JsonProfileProcess, FeatureSegmentWithMalformedShapeDataIsRefusedWithAMes
     EXPECT_TRUE(messages_.empty()) << messages_.front();
 }
 
+TEST_F(JsonProfileProcess, ClearCacheForgetsTheProfileTables) {
+    profiles(profile("First", 5, "", imageLayer("L")));
+    NITFMessages messages;
+    const auto names = [&] {
+        std::vector<std::wstring> out;
+        for (const auto& [priority, name] : NITFFactory::get().getAllProfiles(messages)) {
+            out.push_back(name);
+        }
+        return out;
+    };
+    EXPECT_EQ(names(), (std::vector<std::wstring>{L"First", L"Generic"}));
+    // A new file isn't seen while the tables stand; clearCache makes the next use read again.
+    folder_.write("second.json",
+                  "{\"Products\":[" + profile("Second", 9, "", imageLayer("L")) + "]}");
+    EXPECT_EQ(names(), (std::vector<std::wstring>{L"First", L"Generic"}));
+    EXPECT_FALSE(NITFFactory::get().getProfile(L"Second", messages));
+    NITFFactory::get().clearCache();
+    EXPECT_EQ(names(), (std::vector<std::wstring>{L"Second", L"First", L"Generic"}));
+    EXPECT_TRUE(NITFFactory::get().getProfile(L"Second", messages));
+}
+
 }  // namespace

@@ -326,4 +326,12 @@ TEST_F(JsonProfileProcess, ClearCacheForgetsTheProfileTables) {
     EXPECT_TRUE(NITFFactory::get().getProfile(L"Second", messages));
 }
 
+TEST_F(JsonProfileProcess, LayerWhoseKeyComesOutEmptyIsRefused) {
+    profiles(profile("P", 5, "", imageLayer("$/FileHeader/NOSUCHFIELD$")));
+    const auto product = open("/P");
+    ASSERT_TRUE(product);
+    EXPECT_TRUE(product->getLayerDefinitions().empty());
+    EXPECT_EQ(std::count(messages_.begin(), messages_.end(), "Layer Key is empty"), 3);
+}
+
 }  // namespace

@@ -153,7 +153,11 @@ std::shared_ptr<const Tree> readProfileTree(const fs::path& file, std::string& f
 
 fs::path findInsideFolder(const char* folder, const std::string& name, std::string& failure) {
     const fs::path relative(name);
-    if (name.empty() || relative.has_root_path() || relative.is_absolute()) {
+    if (name.empty()) {
+        failure = "File not found ''";
+        return {};
+    }
+    if (relative.has_root_path() || relative.is_absolute()) {
         failure = fmt::format("File name '{}' leads outside the folder {}", name, folder);
         return {};
     }

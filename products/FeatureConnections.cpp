@@ -123,17 +123,11 @@ std::wstring NITFProductDefaultProfile::MakeFeatureConnectionString(const NITFFi
     if (index < 0) {
         return {};
     }
+    // A segment that isn't there, or malformed shape data, raise the JSON library's errors:
+    // a path expression turns them into an empty value, a layer check into a refused layer.
     const std::string text =
         context.getPathString(fmt::format("DESs/{}?JSON", index), std::string());
-    const json document = json::parse(text, nullptr, false);
-    if (document.is_discarded()) {
-        return {};
-    }
-    try {
-        return std::to_wstring(CreateFeatureConnectionString(context, document));
-    } catch (const std::exception&) {
-        return {};
-    }
+    return std::to_wstring(CreateFeatureConnectionString(context, json::parse(text)));
 }
 
 std::wstring NITFProductDefaultProfile::ProcessDataExtensionSegments(

@@ -107,9 +107,6 @@ struct JsonProfileLoader {
         for (const auto& [key, value] : node.child("Arguments").children()) {
             arguments[std::to_wstring(key)] = value.getWideString(true);
         }
-        if (name.empty()) {
-            return Source(L"", L"", std::move(arguments));
-        }
         std::string failure;
         const auto found =
             detail_profiles::findInsideFolder(detail_profiles::FunctionsFolder, name, failure);
@@ -180,22 +177,28 @@ struct JsonProfileLoader {
 
     // A required, non-empty string.
     static std::wstring requiredText(const AutoContext& node) {
+        const size_t before = node.messages().size();
         std::wstring text = node.getWideString();
-        if (node.exists() && text.empty() && !node.hasChildren()) {
+        // A read that failed has said why; its empty text needs no second message.
+        if (node.exists() && text.empty() && node.messages().size() == before) {
             node.fail("Value should not be empty.");
         }
         return text;
     }
 
+    // Wholly decimal digits with a value of at least 1; leading zeros are allowed, and a
+    // value too large for the priority is refused like a bad one.
     static int positiveInteger(const AutoContext& node) {
         if (!node.exists()) {
             return 0;
         }
         const std::string text = node.getString();
-        const bool digits =
-            !text.empty() && text.size() <= 9 &&
-            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-        const int value = digits ? std::stoi(text) : 0;
+        const bool digits = !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+            return c >= '0' && c <= '9';
+        });
+        const size_t first = digits ? text.find_first_not_of('0') : std::string::npos;
+        const bool fits = first != std::string::npos && text.size() - first <= 9;
+        const int value = fits ? std::stoi(text.substr(first)) : 0;
         if (value < 1) {
             node.fail(fmt::format("Value '{}' must be a positive integer.", text));
             return 0;
@@ -212,30 +215,56 @@ struct JsonProfileLoader {
         const size_t before = messages.size();
         auto profile = std::make_shared<NITFProductJsonConfigProfile>();
         profile->file_ = node.file();
-        node.checkKeys({"Name", "Title", "Type", "Priority", "Base", "ShowGeneric", "Match",
-                        "LayerDefinitions", "MosaicDefinitions", "Properties"});
+        // Keys are read in order and the first that fails drops the product: one message.
         const auto failed = [&] { return messages.size() != before; };
         profile->name_ = requiredText(node.child("Name"));
         if (failed() || (!filter.empty() && profile->name_ != filter)) {
             return nullptr;
         }
+        if (!node.checkKeys({"Name", "Title", "Type", "Priority", "Base", "ShowGeneric", "Match",
+                             "LayerDefinitions", "MosaicDefinitions", "Properties"})) {
+            return nullptr;
+        }
         profile->title_ = requiredText(node.child("Title"));
+        if (failed()) {
+            return nullptr;
+        }
         profile->type_ = requiredText(node.child("Type"));
+        if (failed()) {
+            return nullptr;
+        }
         profile->priority_ = positiveInteger(node.child("Priority"));
+        if (failed()) {
+            return nullptr;
+        }
         profile->base_ = node.child("Base", true).getWideString();
         const std::string showGeneric = node.child("ShowGeneric", true).getString();
         profile->showGeneric_ = showGeneric == "true" || showGeneric == "-1";
+        if (failed()) {
+            return nullptr;
+        }
         profile->match_ = loadMatchRules(node.child("Match"));
+        if (failed()) {
+            return nullptr;
+        }
         if (loadDefinitions) {
             for (const auto& [key, layer] : node.child("LayerDefinitions").children()) {
                 profile->layers_.push_back(loadLayer(layer));
             }
+            if (failed()) {
+                return nullptr;
+            }
             for (const auto& [key, mosaic] : node.child("MosaicDefinitions").children()) {
                 profile->mosaics_.push_back(loadMosaic(mosaic, profile->processingTemplates_));
             }
+            if (failed()) {
+                return nullptr;
+            }
             profile->definitionsLoaded_ = true;
         } else {
-            // Processing templates are known at start-up too.
+            // A product without its definitions would be listed and then fail on every file:
+            // both keys must be there at start-up too. Processing templates are known then.
+            (void)node.child("LayerDefinitions");
             for (const auto& [key, mosaic] : node.child("MosaicDefinitions").children()) {
                 const AutoContext processing = mosaic.child("ProcessingTemplate", true);
                 if (processing.exists() && !processing.hasChildren()) {

@@ -98,8 +98,12 @@ any_type::value profileBaseValue(const PathComponents& components, const Compute
         if (context.fileContext == nullptr) {
             return {};
         }
-        return NITFProductDefaultProfile::MakeFeatureConnectionString(*context.fileContext,
-                                                                      std::to_wstring(path));
+        try {
+            return NITFProductDefaultProfile::MakeFeatureConnectionString(*context.fileContext,
+                                                                          std::to_wstring(path));
+        } catch (const std::exception&) {
+            return {};  // shape data that can't be read give no value
+        }
     }
     if (profileEndsWith(path, "/Exists")) {
         if (context.fileContext == nullptr) {

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "tessel/file/NITFFileContext.h"
 #include "tessel/platform/base/text.h"
@@ -59,6 +60,13 @@ std::string cellText(const any_type::value& value) {
     return {};
 }
 
+// A cell that the reader gives for a field that isn't there: nothing, or " - " for nested
+// tables.
+bool isMissingCell(const any_type::value& value) {
+    const auto* text = std::get_if<std::string>(&value);
+    return value.index() == any_type::tag_empty || (text != nullptr && *text == " - ");
+}
+
 std::string csvCell(const std::string& text) {
     if (text.find_first_of(",\"\r\n") == std::string::npos) {
         return text;
@@ -103,6 +111,9 @@ int runTable(const Arguments& arguments) {
     const bool json = arguments.has("--json");
     const bool csv = arguments.has("--csv");
     TableJson out = {{"fields", TableJson::array()}, {"rows", TableJson::array()}};
+    // Readers don't check field names: a column missing from every row is most likely a
+    // name that no field of the TREs has.
+    std::vector<bool> found(fields.size(), false);
     std::string line;
     for (size_t c = 0; c < fields.size(); ++c) {
         const std::string name = std::to_string(fields[c].name);
@@ -117,6 +128,7 @@ int runTable(const Arguments& arguments) {
         line.clear();
         for (size_t c = 0; c < fields.size(); ++c) {
             const any_type::value value = reader->GetValue(r, static_cast<int>(c));
+            found[c] = found[c] || !isMissingCell(value);
             const std::string text = cellText(value);
             row.push_back(value.index() == any_type::tag_empty ? TableJson() : TableJson(text));
             line += (c == 0 ? "" : (csv ? "," : "\t")) + (csv ? csvCell(text) : text);
@@ -129,6 +141,14 @@ int runTable(const Arguments& arguments) {
     }
     if (json) {
         std::printf("%s\n", out.dump(2, ' ', false, TableJson::error_handler_t::replace).c_str());
+    }
+    for (size_t c = 0; rows > 0 && c < fields.size(); ++c) {
+        if (!found[c]) {
+            std::fprintf(stderr,
+                         "tessel table: warning: column '%s' has no value in any row: no field "
+                         "of the TREs has that name\n",
+                         std::to_string(fields[c].name).c_str());
+        }
     }
     return 0;
 }

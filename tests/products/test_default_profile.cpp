@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -7,6 +8,7 @@
 #include "support/TestPaths.h"
 #include "tessel/file/NITFFactory.h"
 #include "tessel/products/NITFProductDefaultProfile.h"
+#include "tessel/products/Substitution.h"
 
 using Json = nlohmann::ordered_json;
 using Tessel::NITFFactory;
@@ -171,9 +173,9 @@ TEST_F(DefaultProfile, FeatureConnectionByUseOrBySegmentIndex) {
     EXPECT_EQ(NITFProductDefaultProfile::MakeFeatureConnectionString(
                   context, L"Feature/DES/+0/ConnectionString"),
               byUse);
-    EXPECT_EQ(NITFProductDefaultProfile::MakeFeatureConnectionString(
-                  context, L"Feature/DES/2/ConnectionString"),
-              L"");
+    // Segment 2 isn't there: the JSON library's error, and an empty value in a template.
+    EXPECT_ANY_THROW(NITFProductDefaultProfile::MakeFeatureConnectionString(
+        context, L"Feature/DES/2/ConnectionString"));
     EXPECT_EQ(NITFProductDefaultProfile::MakeFeatureConnectionString(context, L"Feature"), L"");
     EXPECT_EQ(NITFProductDefaultProfile::CheckForFeatureDefinition(context,
                                                                    L"Feature/CLOUD_SHAPES/Exists"),
@@ -187,6 +189,9 @@ TEST_F(DefaultProfile, FeatureConnectionByUseOrBySegmentIndex) {
     EXPECT_EQ(
         Tessel::NITFProductProfile::ComputeIsdValue(compute, L"$Feature/CLOUD_SHAPES/Exists$"),
         any_type::value(std::wstring(L"true")));
+    EXPECT_EQ(Tessel::Products::valueText(Tessel::NITFProductProfile::ComputeIsdValue(
+                  compute, L"$Feature/DES/2/ConnectionString$")),
+              L"");
     const auto result = NITFFactory::get().openProduct(uriOf(fixture, "/Generic"), messages);
     ASSERT_TRUE(result);
     const auto* layer = result->getLayerDefinition(L"Layer_Feature_0");
@@ -197,6 +202,94 @@ TEST_F(DefaultProfile, FeatureConnectionByUseOrBySegmentIndex) {
               std::to_string(byUse));
     EXPECT_EQ(feature["renderer"]["symbol"]["symbol"]["symbolLayers"][0]["type"],
               "MapDocGradientFill");
+    NITFFactory::get().clearCache();
+}
+
+// The shape fixture with its one data extension segment made three, whose SHAPE_USE are
+// "IMAGE_SHAPE", "CLOUD_SHAPES" and "OTHER_SHAPES" in that order; only cloud shapes carry
+// the 18 characters of CC_SOURCE. The data offsets of the segments go to `offsets`.
+std::string threeShapeSegments(const std::string& one, std::vector<size_t>& offsets) {
+    const size_t headerLength = std::stoul(one.substr(354, 6));
+    const size_t numdes = 388;  // after one image entry and no graphics or texts
+    EXPECT_EQ(one.substr(numdes, 16), "0010280000000420");
+    const size_t start = one.size() - 280 - 420;
+    const std::string original = one.substr(start, 280);
+    const std::string data = one.substr(start + 280);
+    std::vector<std::string> subheaders;
+    std::string entries;
+    for (const char* use : {"IMAGE_SHAPE", "CLOUD_SHAPES", "OTHER_SHAPES"}) {
+        std::string subheader = original;
+        const size_t at = subheader.find("CLOUD_SHAPES             ");
+        EXPECT_NE(at, std::string::npos);
+        subheader.replace(at, 25, fmt::format("{:<25}", use));
+        if (std::string_view(use) != "CLOUD_SHAPES") {
+            EXPECT_EQ(subheader.substr(at + 35, 18), "FIXTURE_SOURCE    ");
+            subheader.erase(at + 35, 18);
+            EXPECT_EQ(subheader.substr(at - 4, 4), "0080");
+            subheader.replace(at - 4, 4, "0062");
+        }
+        entries += fmt::format("{:04}{:09}", subheader.size(), data.size());
+        subheaders.push_back(subheader);
+    }
+    std::string header = one.substr(0, headerLength);
+    header.replace(numdes, 16, "003" + entries);
+    header.replace(354, 6, fmt::format("{:06}", header.size()));
+    std::string file = header + one.substr(headerLength, start - headerLength);
+    for (const std::string& subheader : subheaders) {
+        offsets.push_back(file.size() + subheader.size());
+        file += subheader + data;
+    }
+    file.replace(342, 12, fmt::format("{:012}", file.size()));
+    return file;
+}
+
+TEST_F(DefaultProfile, FeatureConnectionOfASegmentIndexIgnoresItsUse) {
+    const std::filesystem::path fixture =
+        std::filesystem::path(TESSEL_SHARED_DIR) / "fixtures" / "des_csshpa.ntf";
+    if (!std::filesystem::exists(fixture)) {
+        GTEST_SKIP() << "no shared fixtures";
+    }
+    std::vector<size_t> offsets;
+    file_test::writeFile(path_, threeShapeSegments(file_test::readFile(fixture), offsets));
+    NITFFactory::get().clearCache();
+    NITFMessages messages;
+    auto context = NITFFactory::get().open(uriOf(path_), messages);
+    ASSERT_TRUE(context) << (messages.empty() ? "" : messages.front());
+    ASSERT_EQ(context.getPathString("/FileHeader/NUMDES", ""), "003");
+    const auto connection = [&](const wchar_t* path) {
+        return std::to_string(
+            NITFProductDefaultProfile::MakeFeatureConnectionString(context, path));
+    };
+    const auto startsAt = [](size_t offset) {
+        return fmt::format("DATABASE=/vsisubfile/{}_236,", offset);
+    };
+    // Segment 2 by its index, whatever its SHAPE_USE; the use names segment 1.
+    EXPECT_EQ(connection(L"Feature/DES/2/ConnectionString").rfind(startsAt(offsets[2]), 0), 0U)
+        << connection(L"Feature/DES/2/ConnectionString");
+    EXPECT_EQ(connection(L"Feature/CLOUD_SHAPES/ConnectionString").rfind(startsAt(offsets[1]), 0),
+              0U)
+        << connection(L"Feature/CLOUD_SHAPES/ConnectionString");
+    EXPECT_EQ(connection(L"Feature/OTHER_SHAPES/ConnectionString"),
+              connection(L"Feature/DES/2/ConnectionString"));
+    EXPECT_EQ(connection(L"Feature/DES/1/ConnectionString"),
+              connection(L"Feature/CLOUD_SHAPES/ConnectionString"));
+    // The generic product: one feature layer per segment, each with the renderer of its use.
+    const auto product = NITFFactory::get().openProduct(uriOf(path_, "/Generic"), messages);
+    ASSERT_TRUE(product);
+    const std::vector<std::string> symbols{"MapDocSolidStroke", "MapDocGradientFill",
+                                           "MapDocSolidStroke"};
+    const std::vector<Json> colours{Json::parse("[255,0,0,100]"), Json(),
+                                    Json::parse("[0,255,0,100]")};
+    for (size_t i = 0; i < 3; ++i) {
+        const auto* layer =
+            product->getLayerDefinition(std::to_wstring(fmt::format("Layer_Feature_{}", i)));
+        ASSERT_NE(layer, nullptr) << i;
+        const Json symbol = document(*layer)["renderer"]["symbol"]["symbol"]["symbolLayers"][0];
+        EXPECT_EQ(symbol["type"], symbols[i]) << i;
+        if (!colours[i].is_null()) {
+            EXPECT_EQ(symbol["color"]["values"], colours[i]) << i;
+        }
+    }
     NITFFactory::get().clearCache();
 }
 

@@ -329,3 +329,67 @@ TEST_F(JsonProfileLoad, DefinitionsAreReadOnFirstNeedFromTheFile) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(JsonProfileLoad, FirstKeyThatFailsDropsTheProductWithOneMessage) {
+    // "Title" fails first; "Priority" after it isn't read any more.
+    EXPECT_TRUE(load(file(R"({"Name":"P","Title":"","Type":"Y","Priority":"0","Match":[],
+        "LayerDefinitions":[],"MosaicDefinitions":[]})"))
+                    .empty());
+    ASSERT_EQ(messages_.size(), 1U) << allMessages();
+    EXPECT_TRUE(said("Title: Value should not be empty.")) << allMessages();
+    messages_.clear();
+    EXPECT_TRUE(load(file(R"({"Name":"P","Title":"T","Priority":"0","Match":[],
+        "LayerDefinitions":[],"MosaicDefinitions":[]})"))
+                    .empty());
+    ASSERT_EQ(messages_.size(), 1U) << allMessages();
+    EXPECT_TRUE(said("Type: Missing Node")) << allMessages();
+}
+
+TEST_F(JsonProfileLoad, PriorityWithLeadingZerosIsPositive) {
+    auto profiles = load(file(R"({"Name":"P","Title":"T","Type":"Y","Priority":"0000000007",
+        "Match":[],"LayerDefinitions":[],"MosaicDefinitions":[]})"));
+    ASSERT_EQ(profiles.size(), 1U) << allMessages();
+    EXPECT_EQ(profiles[0]->getPriority(), 7);
+    EXPECT_TRUE(load(file(R"({"Name":"P","Title":"T","Type":"Y","Priority":"000",
+        "Match":[],"LayerDefinitions":[],"MosaicDefinitions":[]})"))
+                    .empty());
+    EXPECT_TRUE(said("Value '000' must be a positive integer.")) << allMessages();
+    messages_.clear();
+    // Too large for a priority: refused, not wrapped round.
+    EXPECT_TRUE(load(file(R"({"Name":"P","Title":"T","Type":"Y","Priority":"99999999999",
+        "Match":[],"LayerDefinitions":[],"MosaicDefinitions":[]})"))
+                    .empty());
+    EXPECT_TRUE(said("Value '99999999999' must be a positive integer.")) << allMessages();
+}
+
+TEST_F(JsonProfileLoad, SourceTemplateWithAnEmptyNameIsNotFound) {
+    EXPECT_TRUE(load(file(product(R"("LayerDefinitions":[{"Type":"Image","Key":"K","Title":"T",
+        "MapDoc":"","Source":{"Template":"","Arguments":{}}}])")))
+                    .empty());
+    EXPECT_TRUE(said("Source/Template: File not found ''")) << allMessages();
+}
+
+TEST_F(JsonProfileLoad, ProductWithoutDefinitionsIsDroppedAtStartUpToo) {
+    const std::string noLayers = R"({"Name":"P","Title":"T","Type":"Y","Priority":"3",
+        "Match":[],"MosaicDefinitions":[]})";
+    EXPECT_TRUE(load(file(noLayers), false).empty());
+    EXPECT_TRUE(said("LayerDefinitions: Missing Node")) << allMessages();
+    messages_.clear();
+    const std::string noMosaics = R"({"Name":"P","Title":"T","Type":"Y","Priority":"3",
+        "Match":[],"LayerDefinitions":[]})";
+    EXPECT_TRUE(load(file(noMosaics), false).empty());
+    EXPECT_TRUE(said("MosaicDefinitions: Missing Node")) << allMessages();
+}
+
+TEST_F(JsonProfileLoad, EndlessVariableInARequiredTextGivesOneMessage) {
+    EXPECT_TRUE(load(R"({"@Variables":{"A":"@{B}","B":"@{A}"},"Products":[{"Name":"P",
+        "Title":"@{A}","Type":"Y","Priority":"1","Match":[],"LayerDefinitions":[],
+        "MosaicDefinitions":[]}]})")
+                    .empty());
+    ASSERT_EQ(messages_.size(), 1U) << allMessages();
+    EXPECT_TRUE(said("Title: Variable 'A' does not stop expanding")) << allMessages();
+}
+
+}  // namespace

@@ -274,4 +274,64 @@ TEST_F(JsonProfileProcess, CsshpcSegmentIsIgnored) {
     EXPECT_TRUE(product->getLayerDefinitions().empty());
 }
 
+TEST_F(JsonProfileProcess, FeatureSegmentWithMalformedShapeDataIsRefusedWithAMessage) {
+    const std::filesystem::path fixture =
+        std::filesystem::path(TESSEL_SHARED_DIR) / "fixtures" / "des_csshpa.ntf";
+    if (!std::filesystem::exists(fixture)) {
+        GTEST_SKIP() << "no shared fixtures";
+    }
+    std::string bytes = file_test::readFile(fixture);
+    // The first component's name blanked: the shape data can't be described.
+    const size_t name = bytes.find("SHP000000SHX");
+    ASSERT_NE(name, std::string::npos);
+    bytes.replace(name, 3, "   ");
+    file_test::writeFile(file_, bytes);
+    const std::string feature =
+        R"({"Type":"Feature","Key":"F","Title":"Shapes","MapDoc":"","Source":"s"})";
+    profiles(profile("P", 5, "", feature));
+    auto product = open("/P");
+    ASSERT_TRUE(product);
+    EXPECT_TRUE(product->getLayerDefinitions().empty());
+    bool reported = false;
+    for (const auto& message : messages_) {
+        reported = reported || message.find("Shapes: ") == 0;
+    }
+    EXPECT_TRUE(reported) << (messages_.empty() ? "" : messages_.front());
+    // The generic profile skips such a segment without a message; the image stays.
+    product = open("/Generic");
+    ASSERT_TRUE(product);
+    EXPECT_NE(product->getLayerDefinition(L"Layer_Image_1"), nullptr);
+    EXPECT_EQ(product->getLayerDefinition(L"Layer_Feature_0"), nullptr);
+    EXPECT_TRUE(messages_.empty()) << messages_.front();
+}
+
+TEST_F(JsonProfileProcess, ClearCacheForgetsTheProfileTables) {
+    profiles(profile("First", 5, "", imageLayer("L")));
+    NITFMessages messages;
+    const auto names = [&] {
+        std::vector<std::wstring> out;
+        for (const auto& [priority, name] : NITFFactory::get().getAllProfiles(messages)) {
+            out.push_back(name);
+        }
+        return out;
+    };
+    EXPECT_EQ(names(), (std::vector<std::wstring>{L"First", L"Generic"}));
+    // A new file isn't seen while the tables stand; clearCache makes the next use read again.
+    folder_.write("second.json",
+                  "{\"Products\":[" + profile("Second", 9, "", imageLayer("L")) + "]}");
+    EXPECT_EQ(names(), (std::vector<std::wstring>{L"First", L"Generic"}));
+    EXPECT_FALSE(NITFFactory::get().getProfile(L"Second", messages));
+    NITFFactory::get().clearCache();
+    EXPECT_EQ(names(), (std::vector<std::wstring>{L"Second", L"First", L"Generic"}));
+    EXPECT_TRUE(NITFFactory::get().getProfile(L"Second", messages));
+}
+
+TEST_F(JsonProfileProcess, LayerWhoseKeyComesOutEmptyIsRefused) {
+    profiles(profile("P", 5, "", imageLayer("$/FileHeader/NOSUCHFIELD$")));
+    const auto product = open("/P");
+    ASSERT_TRUE(product);
+    EXPECT_TRUE(product->getLayerDefinitions().empty());
+    EXPECT_EQ(std::count(messages_.begin(), messages_.end(), "Layer Key is empty"), 3);
+}
+
 }  // namespace

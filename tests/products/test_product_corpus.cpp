@@ -2,6 +2,7 @@
 // profile, and every layer's document is JSON with its keys in the documents' order.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -58,6 +59,58 @@ const std::vector<std::string> imageKeys{
 const std::vector<std::string> featureKeys{"type",       "name",         "description",
                                            "visibility", "featureTable", "renderer"};
 
+// Whether the keys of `object` appear in `order`, each after the one before it.
+bool keysInOrder(const Json& object, const std::vector<std::string>& order) {
+    auto next = order.begin();
+    for (const auto& [key, value] : object.items()) {
+        next = std::find(next, order.end(), key);
+        if (next == order.end()) {
+            return false;
+        }
+        ++next;
+    }
+    return true;
+}
+
+const std::vector<std::string> connectionKeys{"type",
+                                              "workspaceConnectionString",
+                                              "workspaceFactory",
+                                              "customWorkspaceFactoryCLSID",
+                                              "dataset",
+                                              "datasetType"};
+const std::vector<std::string> colorizerKeys{"type",
+                                             "resamplingType",
+                                             "noDataColor",
+                                             "backgroundColor",
+                                             "alphaBandIndex",
+                                             "backgroundValue",
+                                             "displayBackgroundValue",
+                                             "stretchType",
+                                             "statsType",
+                                             "stretchStatsType",
+                                             "minPercent",
+                                             "maxPercent",
+                                             "redBandIndex",
+                                             "greenBandIndex",
+                                             "blueBandIndex"};
+const std::vector<std::string> featureTableKeys{"type", "displayField", "editable",
+                                                "dataConnection"};
+const std::vector<std::string> rendererKeys{"type", "patch", "symbol"};
+
+// The nested objects of a layer document, with the keys in the documents' order.
+void expectNestedKeysInOrder(const Json& document, bool image, const fs::path& path) {
+    if (image) {
+        EXPECT_EQ(keysOf(document["dataConnection"]), connectionKeys) << path;
+        if (document.contains("colorizer")) {
+            EXPECT_TRUE(keysInOrder(document["colorizer"], colorizerKeys))
+                << path << " " << document["colorizer"].dump();
+        }
+        return;
+    }
+    EXPECT_EQ(keysOf(document["featureTable"]), featureTableKeys) << path;
+    EXPECT_EQ(keysOf(document["renderer"]), rendererKeys) << path;
+}
+
 TEST(ProductCorpus, EveryFileYieldsAGenericProductWithOrderedDocuments) {
     if (!fs::exists(fs::path(TESSEL_SHARED_DIR) / "corpus" / "MANIFEST.tsv")) {
         GTEST_SKIP() << "no shared corpus";
@@ -82,6 +135,13 @@ TEST(ProductCorpus, EveryFileYieldsAGenericProductWithOrderedDocuments) {
         ASSERT_TRUE(product) << path << (messages.empty() ? "" : messages.front());
         EXPECT_TRUE(messages.empty()) << path << ": " << messages.front();
         ++opened;
+        // One image layer for each image segment, whatever the segment holds.
+        const auto images = std::count_if(
+            product->getLayerDefinitions().begin(), product->getLayerDefinitions().end(),
+            [](const auto& layer) { return layer.Type == Tessel::Products::Image; });
+        EXPECT_EQ(static_cast<size_t>(images),
+                  Tessel::NITFFactory::get().open(uri, messages).getNumberImages())
+            << path;
         for (const auto& layer : product->getLayerDefinitions()) {
             ++layers;
             const Json document = Json::parse(std::to_string(layer.MapDoc), nullptr, false);
@@ -91,6 +151,7 @@ TEST(ProductCorpus, EveryFileYieldsAGenericProductWithOrderedDocuments) {
             ASSERT_LE(keys.size(), expected.size()) << path;
             EXPECT_TRUE(std::equal(keys.begin(), keys.end(), expected.begin())) << path;
             EXPECT_GE(keys.size(), expected.size() - 1) << path;
+            expectNestedKeysInOrder(document, layer.Type == Tessel::Products::Image, path);
         }
         Tessel::NITFFactory::get().clearCache();
     }

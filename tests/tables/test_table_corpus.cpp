@@ -177,4 +177,70 @@ TEST(TableCorpus, RepeatingGroupCellsEqualTheirMetadataPaths) {
     Tessel::NITFFactory::get().clearCache();
 }
 
+// A binary field's cell: its big-endian bytes, trimmed of blanks at both ends, taken as
+// UTF-8 text as every cell is.
+std::wstring binaryCell(uint64_t value, size_t width) {
+    std::string bytes(width, '\0');
+    for (size_t i = 0; i < width; ++i) {
+        bytes[width - 1 - i] = static_cast<char>((value >> (8 * i)) & 0xFF);
+    }
+    const std::string_view blanks(" \t\r\n\v\0", 6);
+    const size_t first = bytes.find_first_not_of(blanks);
+    const size_t last = bytes.find_last_not_of(blanks);
+    return std::to_wstring(first == std::string::npos ? std::string()
+                                                      : bytes.substr(first, last - first + 1));
+}
+
+TEST(TableCorpus, RpfLocationRecordsAreOneRowEachWithTheirBinaryFields) {
+    if (!fs::exists(fs::path(TESSEL_SHARED_DIR) / "corpus" / "MANIFEST.tsv")) {
+        GTEST_SKIP() << "no shared corpus";
+    }
+    const Tessel::TableArguments definition{
+        {L"TableType", std::wstring(L"SingleTRE")},
+        {L"Fields", std::string(R"([{"name":"LOCID.uint","type":"integer"},
+            {"name":"LOCSZ.uint","type":"integer"},{"name":"LOCOFF.uint","type":"integer"}])")},
+        {L"Sources", std::string(R"([{"name":"RPFIMG","segment":"Images","index":0}])")},
+        {L"RowCountField", std::string("SECRECS.uint")}};
+    const std::vector<std::pair<std::string, size_t>> columns{
+        {"LOCID", 2}, {"LOCSZ", 4}, {"LOCOFF", 4}};
+    size_t tables = 0;
+    size_t cells = 0;
+    for (const fs::path& path : corpusFilesWithTre("RPFIMG")) {
+        SCOPED_TRACE(path.string());
+        Tessel::NITFMessages messages;
+        auto context = Tessel::NITFFactory::get().open(
+            Tessel::NITFURI(std::string_view(path.string())), messages);
+        if (!context || context.getNumberImages() == 0) {
+            continue;
+        }
+        const Tessel::NITFFile& file = context.getFile();
+        const std::string base = "/Images/0/TREs/RPFIMG";
+        if (file.getPathString(0, base + "?JSON", "").empty()) {
+            continue;
+        }
+        auto reader = context.getTableReader(definition);
+        ASSERT_TRUE(reader);
+        const int64_t records = file.getPathInt(0, base + "/SECRECS", -1);
+        ASSERT_EQ(reader->GetRowCount(), records);
+        for (int row = 0; row < reader->GetRowCount(); ++row) {
+            for (size_t c = 0; c < columns.size(); ++c) {
+                const auto& [name, width] = columns[c];
+                const int64_t value =
+                    file.getPathInt(0, base + "/" + name + "/" + std::to_string(row), -1);
+                ASSERT_GE(value, 0) << name << " row " << row;
+                const any_type::value cell = reader->GetValue(row, static_cast<int>(c));
+                ASSERT_EQ(cell.index(), any_type::tag_wstring);
+                EXPECT_EQ(std::get<std::wstring>(cell),
+                          binaryCell(static_cast<uint64_t>(value), width))
+                    << name << " row " << row;
+                ++cells;
+            }
+        }
+        ++tables;
+    }
+    std::printf("%zu RPFIMG tables, %zu cells compared\n", tables, cells);
+    EXPECT_GT(tables, 5U);
+    Tessel::NITFFactory::get().clearCache();
+}
+
 }  // namespace

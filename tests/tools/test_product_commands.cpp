@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -158,6 +159,43 @@ TEST_F(ProductCommands, TableWithABadDefinitionFails) {
     result = runTool("table " + sample() + " '" + definition.string() + "' 2>&1");
     EXPECT_NE(result.status, 0);
     EXPECT_NE(result.out.find("is not a JSON object"), std::string::npos) << result.out;
+}
+
+TEST_F(ProductCommands, TableColumnNamingNoFieldIsReported) {
+    const fs::path definition = dir_ / "rpc.json";
+    file_test::writeFile(definition, R"({"TableType":"MultiTRE",
+        "Fields":[{"name":"SUCCESS","type":"integer"},{"name":"NOPE","type":"string"}],
+        "Sources":[{"name":"RPC00B","segment":"Images","index":0}]})");
+    auto result = runTool("table " + sample() + " '" + definition.string() + "' --csv 2>&1");
+    ASSERT_EQ(result.status, 0) << result.out;
+    EXPECT_NE(result.out.find("warning: column 'NOPE' has no value in any row"), std::string::npos)
+        << result.out;
+    EXPECT_EQ(result.out.find("column 'SUCCESS'"), std::string::npos) << result.out;
+}
+
+TEST_F(ProductCommands, TableWhoseCountFieldIsNoNumberFails) {
+    const fs::path frame =
+        fs::path(TESSEL_SHARED_DIR) / "corpus" / "codice" / "fromOSGEO" / "0000M033.GN3";
+    if (!fs::exists(frame)) {
+        GTEST_SKIP() << "no shared corpus";
+    }
+    const fs::path definition = dir_ / "count.json";
+    const std::string rest = R"(,"Fields":[{"name":"LOCID.uint","type":"integer"}],
+        "Sources":[{"name":"RPFIMG","segment":"Images","index":0}]})";
+    file_test::writeFile(definition,
+                         R"({"TableType":"SingleTRE","RowCountField":"SECRECS.uint")" + rest);
+    const std::string command = "table '" + frame.string() + "' '" + definition.string() + "'";
+    auto result = runTool(command + " --csv 2>&1");
+    ASSERT_EQ(result.status, 0) << result.out;
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 16) << result.out;
+    // The table data are thousands of bytes: no four-byte count.
+    file_test::writeFile(definition,
+                         R"({"TableType":"SingleTRE","RowCountField":"TABLEDATA")" + rest);
+    result = runTool(command + " --csv 2>&1");
+    EXPECT_NE(result.status, 0) << result.out;
+    EXPECT_NE(result.out.find("tessel table: Field 'TABLEDATA' of RPFIMG is not an integer"),
+              std::string::npos)
+        << result.out;
 }
 
 }  // namespace

@@ -522,3 +522,42 @@ TEST(RSMPolyModel, PolynomialRunsOverXFastestWithInclusivePowers) {
 }
 
 }  // namespace
+
+namespace {
+
+// Powers far beyond the coefficient lists, negative powers, zero section sizes, a huge
+// section grid and NaN offsets: the model is made, every operation answers, nothing is
+// allocated by the claimed sizes.
+TEST(RSMPolyModel, HostileRecordsNeitherCrashNorAllocateByTheirPowers) {
+    json document = rsm_test::document({});
+    document["RSMPCA"][0]["RNPWRX"] = 2147483647;
+    document["RSMPCA"][0]["RNPWRY"] = 2147483647;
+    document["RSMPCA"][0]["RNPWRZ"] = 2147483647;
+    document["RSMPCA"][1]["CNPWRX"] = -3;
+    document["RSMPCA"][2]["RDPWRZ"] = 40;  // beyond the table of powers
+    document["RSMPCA"][2]["RDPCF"] = json::array();
+    for (int n = 0; n < 200; ++n) {
+        document["RSMPCA"][2]["RDPCF"].push_back(n == 0 ? 1.0 : 1e-12);
+    }
+    document["RSMPIA"]["RSSIZ"] = "0";
+    document["RSMPIA"]["CNIS"] = "2147483647";
+    document["RSMPCA"][3]["XNRMO"] = "nan";
+    const Built built = build(document);
+    ASSERT_TRUE(built.model) << (built.failures.empty() ? "" : built.failures.front());
+    for (const ImageCoord image : {ImageCoord(10.0, 10.0), ImageCoord(900.0, 100.0),
+                                   ImageCoord(std::nan(""), 5.0), ImageCoord(1e300, -1e300)}) {
+        csm::WarningList warnings;
+        const LLHCoord ground =
+            built.model->imageToGround_llh(image, 100.0, 0.001, nullptr, &warnings);
+        (void)built.model->groundToImage_llh(ground, 0.001, nullptr, &warnings);
+        (void)built.model->imageToRemoteImagingLocus(csm::ImageCoord(image.line, image.samp), 0.001,
+                                                     nullptr, &warnings);
+    }
+    // The section grid of 2 x 2147483647 has only four records: most positions miss.
+    csm::WarningList warnings;
+    (void)built.model->imageToGround_llh(ImageCoord(10.0, 1e12), 100.0, 0.001, nullptr, &warnings);
+    EXPECT_TRUE(hasWarning(warnings, kNoSection, "ImageToGround"));
+    EXPECT_FALSE(built.model->getModelState().empty());
+}
+
+}  // namespace

@@ -70,6 +70,7 @@ std::string RSMModel::getReferenceDateAndTime() const {
 // centre at the middle of the valid heights.
 csm::EcefCoord RSMModel::getReferencePoint() const {
     if (rsmid.GRPX) {
+        // The reader keeps the triple whole, so GRPY and GRPZ stand beside GRPX.
         const double point[3] = {*rsmid.GRPX, rsmid.GRPY.value_or(0.0), rsmid.GRPZ.value_or(0.0)};
         return fromDomain(point);
     }

@@ -187,10 +187,32 @@ struct RSMFieldWriter {
 
 }  // namespace
 
+namespace {
+
+// A triple stands only when all three of its values do.
+void keepWholeTriple(std::optional<double>& x, std::optional<double>& y, std::optional<double>& z) {
+    if (!x || !y || !z) {
+        x.reset();
+        y.reset();
+        z.reset();
+    }
+}
+
+}  // namespace
+
 RSMID readRSMID(const nlohmann::json& object, const FailSink& fail) {
     RSMID record;
     RSMFieldReader reader{object, fail};
     visitRSMID(record, reader);
+    RSMID& r = record;
+    keepWholeTriple(r.XUOR, r.YUOR, r.ZUOR);
+    keepWholeTriple(r.XUXR, r.YUXR, r.ZUXR);
+    keepWholeTriple(r.XUYR, r.YUYR, r.ZUYR);
+    keepWholeTriple(r.XUZR, r.YUZR, r.ZUZR);
+    keepWholeTriple(r.GRPX, r.GRPY, r.GRPZ);
+    keepWholeTriple(r.SPX, r.SPY, r.SPZ);
+    keepWholeTriple(r.SVX, r.SVY, r.SVZ);
+    keepWholeTriple(r.SAX, r.SAY, r.SAZ);
     return record;
 }
 

@@ -449,6 +449,17 @@ TEST(RSMPolyModel, StateRoundTripGivesTheSameModel) {
     EXPECT_FALSE(parsed["RSMPCA"][0].contains("RFEP"));
     EXPECT_EQ(parsed["RSMPCA"][0]["RNPCF"].size(), 18u);
     EXPECT_EQ(parsed["Properties"]["Sensor"], "Test sensor");
+    // A triple with one value missing stands as absent, all three.
+    json partial = document;
+    partial["RSMIDA"]["SPZ"] = "";
+    partial["RSMIDA"]["XUOR"] = "1";
+    partial["RSMIDA"]["YUOR"] = "2";
+    partial["RSMIDA"]["ZUOR"] = "3";
+    const std::string partialState = build(partial).model->getModelState();
+    const json partialDocument = json::parse(partialState.substr(partialState.find(' ') + 1));
+    EXPECT_FALSE(partialDocument["RSMIDA"].contains("SPX"));
+    EXPECT_TRUE(partialDocument["RSMIDA"].contains("SVX"));
+    EXPECT_EQ(partialDocument["RSMIDA"]["ZUOR"], 3.0);
     const auto again = build(parsed).model;
     ASSERT_TRUE(again);
     EXPECT_EQ(again->getModelState(), state);

@@ -137,7 +137,7 @@ TEST_F(RSMReference, GroundToImageAgreesWithTheReferenceEvaluationOnEveryGenerat
                       << " ground-to-image points, worst " << a.worstPixel << " pixel; "
                       << a.inverse << " round trips, worst " << a.worstDegree << " degree; "
                       << a.mismatches << " beyond tolerance\n";
-            EXPECT_GE(a.forward, 60u);
+            EXPECT_GE(a.forward, 27u);  // three heights on a 3 x 3 grid at least
             mismatches += a.mismatches;
         }
         Tessel::s_opt_vexa_rsm_pixel_offset.reset();

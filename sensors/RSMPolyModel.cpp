@@ -22,7 +22,7 @@ namespace detail_rsm_poly {
 
 void SectionTerms::build(const std::array<std::array<int32_t, 3>, 4>& powers,
                          const std::array<const std::vector<double>*, 4>& coefficients) {
-    // Keyed by (k, j, i), so that the merged list keeps every polynomial's own order.
+    // Keyed by (k, j, i): the rows come out in the polynomials' own order.
     std::map<std::tuple<int32_t, int32_t, int32_t>, Quad> merged;
     for (size_t q = 0; q < 4; ++q) {
         const auto& p = powers[q];
@@ -44,17 +44,22 @@ void SectionTerms::build(const std::array<std::array<int32_t, 3>, 4>& powers,
             merged[{static_cast<int32_t>(k), j, i}][q] = list[n];
         }
     }
-    terms.clear();
-    terms.reserve(merged.size());
-    maxI = maxJ = maxK = 0;
-    tableOnly = true;
+    rows.clear();
+    blocks.clear();
+    maxJ = maxK = 0;
     for (const auto& [key, c] : merged) {
         const auto [k, j, i] = key;
-        terms.push_back(Term{i, j, k, c});
-        maxI = std::max(maxI, std::min<int>(i, kPowerTable - 1));
-        maxJ = std::max(maxJ, std::min<int>(j, kPowerTable - 1));
-        maxK = std::max(maxK, std::min<int>(k, kPowerTable - 1));
-        tableOnly = tableOnly && i < kPowerTable && j < kPowerTable && k < kPowerTable;
+        if (rows.empty() || rows.back().j != j || rows.back().k != k) {
+            rows.push_back(Row{j, k, blocks.size(), 0});
+            maxJ = std::max(maxJ, std::min<int>(j, kPowerTable - 1));
+            maxK = std::max(maxK, std::min<int>(k, kPowerTable - 1));
+        }
+        Row& row = rows.back();
+        // The x powers of a row are at most the length of one list, so the zeros that fill
+        // the gaps stay bounded by the input.
+        row.count = static_cast<size_t>(i) + 1;
+        blocks.resize(row.offset + row.count, Quad{});
+        blocks[row.offset + static_cast<size_t>(i)] = c;
     }
 }
 
@@ -164,6 +169,9 @@ RSMPolyModel::RSMPolyModel(RSMID id, RSMPIA index, std::vector<RSMPCA> sections,
                          {p.CNPWRX, p.CNPWRY, p.CNPWRZ},
                          {p.CDPWRX, p.CDPWRY, p.CDPWRZ}}},
                        {&p.RNPCF, &p.RDPCF, &p.CNPCF, &p.CDPCF});
+        terms[s].invScale[0] = 1.0 / p.XNRMSF;
+        terms[s].invScale[1] = 1.0 / p.YNRMSF;
+        terms[s].invScale[2] = 1.0 / p.ZNRMSF;
     }
 }
 
@@ -266,10 +274,12 @@ bool RSMPolyModel::forward(const double ground[3], double image[3], const char* 
     const RSMPCA& p = rsmpca[static_cast<size_t>(s)];
     TESSEL_RSM_TRACE(
         1, boost::format("RSM_POLY::G2I: inD(%1%, %2%, %3%)") % ground[0] % ground[1] % ground[2]);
-    const double xN = (ground[0] - p.XNRMO) / p.XNRMSF;
-    const double yN = (ground[1] - p.YNRMO) / p.YNRMSF;
-    const double zN = IsUndefinedElevation(ground[2]) ? 0.0 : (ground[2] - p.ZNRMO) / p.ZNRMSF;
-    const rsmp::Quad sums = rsmp::evaluate(terms[static_cast<size_t>(s)], xN, yN, zN);
+    const rsmp::SectionTerms& section = terms[static_cast<size_t>(s)];
+    const double xN = (ground[0] - p.XNRMO) * section.invScale[0];
+    const double yN = (ground[1] - p.YNRMO) * section.invScale[1];
+    const double zN =
+        IsUndefinedElevation(ground[2]) ? 0.0 : (ground[2] - p.ZNRMO) * section.invScale[2];
+    const rsmp::Quad sums = rsmp::evaluate(section, xN, yN, zN);
     const double row = sums[0] / sums[1];
     const double column = sums[2] / sums[3];
     TESSEL_RSM_TRACE(
@@ -331,13 +341,12 @@ bool RSMPolyModel::inverse(const double image[3], double ground[3], double desir
     double lonN = 0.0;
     double latN = 0.0;
     int i = 0;
-    rsmp::Quad value{};
     rsmp::Quad dx{};
     rsmp::Quad dy{};
     for (;;) {
         TESSEL_RSM_TRACE(
             1, boost::format("RSM_POLY::I2G: [%1%] llN(%2%, %3%), hN(%4%)") % i % latN % lonN % hN);
-        rsmp::evaluateWithSlopes(section, lonN, latN, hN, value, dx, dy);
+        const rsmp::Quad value = rsmp::evaluate(section, lonN, latN, hN);
         const double row = value[0] / value[1];
         const double col = value[2] / value[3];
         TESSEL_RSM_TRACE(2, boost::format("RSM_POLY::I2G:     row = %1% / %2% = %3%") % value[0] %
@@ -354,6 +363,8 @@ bool RSMPolyModel::inverse(const double image[3], double ground[3], double desir
         if (std::fabs(drow) < rowTolerance && std::fabs(dcol) < colTolerance) {
             break;
         }
+        // The slopes only when another step follows.
+        rsmp::evaluateSlopes(section, lonN, latN, hN, dx, dy);
         rsmp::traceSlopes(dy, dx);
         const double rowPartialLat =
             rsmp::quotientSlope("rowPartialLat", dy[0], value[1], dy[1], value[0]);

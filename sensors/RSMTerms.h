@@ -1,9 +1,10 @@
 #pragma once
 // The four polynomials of one section (row numerator, row denominator, column numerator,
-// column denominator) merged into one list of monomials x^i y^j z^k, each with its four
-// coefficients side by side (0 where a polynomial lacks the term). A point then costs one
-// table of powers and one pass over the list, the four sums taken together; each polynomial
-// still adds its terms in its own order (z slowest, x fastest), zeros aside.
+// column denominator) merged into one structure built once: the terms are grouped in rows of
+// equal powers of y and z, and each row holds its coefficients of x^0 .. x^n as four lanes
+// side by side (0 where a polynomial lacks the term). A point then costs, per row, one
+// Horner pass in x over the four lanes and one product with y^j z^k; the derivative by x
+// comes from the same pass and the one by y from the row values.
 
 #include <array>
 #include <cmath>
@@ -12,94 +13,107 @@
 
 namespace VEXASensors::detail_rsm_poly {
 
-// Powers up to this come from a table; a higher one (never in a TRE, whose powers have one
-// digit) goes through pow.
+// Powers of y and z up to this come from a table; a higher one (never in a TRE, whose powers
+// have one digit) goes through pow.
 constexpr int kPowerTable = 16;
 
 using Quad = std::array<double, 4>;
 
-struct Term {
-    int32_t i = 0, j = 0, k = 0;
-    Quad c{};
+struct Row {
+    int32_t j = 0;
+    int32_t k = 0;
+    // Coefficients of x^0 .. x^(count-1), from `offset` in the section's blocks.
+    size_t offset = 0;
+    size_t count = 0;
 };
 
 struct SectionTerms {
-    std::vector<Term> terms;
-    // Largest powers in the list, each capped at kPowerTable - 1 for the tables.
-    int maxI = 0, maxJ = 0, maxK = 0;
-    bool tableOnly = true;
+    std::vector<Row> rows;
+    std::vector<Quad> blocks;
+    // Largest powers of y and z, capped at kPowerTable - 1 for the tables.
+    int maxJ = 0;
+    int maxK = 0;
+    // 1 / XNRMSF, 1 / YNRMSF, 1 / ZNRMSF: the forward function multiplies, a hot path that
+    // would otherwise wait on three divisions per point.
+    double invScale[3] = {0.0, 0.0, 0.0};
 
     // Merges the polynomials given as (maximum powers, coefficients): index n of a list
     // stands for x^(n mod (px+1)) y^((n / (px+1)) mod (py+1)) z^(n / ((px+1)(py+1))); a
-    // list shorter than its powers ends early, a longer one is cut at (pz+1) steps of z.
+    // list shorter than its powers ends early, a longer one is cut at (pz+1) steps of z. The
+    // blocks are never longer than twice the lists together, whatever the powers claim.
     void build(const std::array<std::array<int32_t, 3>, 4>& powers,
                const std::array<const std::vector<double>*, 4>& coefficients);
 };
 
-// x^0 .. x^max into `table`.
-inline void fillPowers(double x, int max, double* table) {
+// v^0 .. v^max into `table`.
+inline void fillPowers(double v, int max, double* table) {
     table[0] = 1.0;
     for (int n = 1; n <= max; ++n) {
-        table[n] = table[n - 1] * x;
+        table[n] = table[n - 1] * v;
     }
 }
 
-inline double powerOf(const double* table, double x, int32_t n) {
-    return n < kPowerTable ? table[n] : std::pow(x, n);
+inline double powerOf(const double* table, double v, int32_t n) {
+    return n < kPowerTable ? table[n] : std::pow(v, n);
+}
+
+inline void addScaled(Quad& acc, double m, const Quad& c) {
+    acc[0] += m * c[0];
+    acc[1] += m * c[1];
+    acc[2] += m * c[2];
+    acc[3] += m * c[3];
+}
+
+// h = h x + c, four lanes.
+inline void hornerStep(Quad& h, double x, const Quad& c) {
+    h[0] = h[0] * x + c[0];
+    h[1] = h[1] * x + c[1];
+    h[2] = h[2] * x + c[2];
+    h[3] = h[3] * x + c[3];
 }
 
 // The four sums at (x, y, z).
 inline Quad evaluate(const SectionTerms& s, double x, double y, double z) {
-    double xp[kPowerTable];
     double yp[kPowerTable];
     double zp[kPowerTable];
-    fillPowers(x, s.maxI, xp);
     fillPowers(y, s.maxJ, yp);
     fillPowers(z, s.maxK, zp);
     Quad sum{};
-    if (s.tableOnly) {
-        for (const Term& t : s.terms) {
-            const double m = xp[t.i] * yp[t.j] * zp[t.k];
-            sum[0] += m * t.c[0];
-            sum[1] += m * t.c[1];
-            sum[2] += m * t.c[2];
-            sum[3] += m * t.c[3];
+    const Quad* blocks = s.blocks.data();
+    for (const Row& r : s.rows) {
+        const Quad* c = blocks + r.offset;
+        Quad h = c[r.count - 1];
+        for (size_t n = r.count - 1; n > 0; --n) {
+            hornerStep(h, x, c[n - 1]);
         }
-        return sum;
-    }
-    for (const Term& t : s.terms) {
-        const double m = powerOf(xp, x, t.i) * powerOf(yp, y, t.j) * powerOf(zp, z, t.k);
-        for (int q = 0; q < 4; ++q) {
-            sum[q] += m * t.c[q];
-        }
+        addScaled(sum, powerOf(yp, y, r.j) * powerOf(zp, z, r.k), h);
     }
     return sum;
 }
 
-// The four sums and their derivatives by x and by y at (x, y, z).
-inline void evaluateWithSlopes(const SectionTerms& s, double x, double y, double z, Quad& value,
-                               Quad& dx, Quad& dy) {
-    double xp[kPowerTable];
+// The derivatives of the four sums by x and by y at (x, y, z).
+inline void evaluateSlopes(const SectionTerms& s, double x, double y, double z, Quad& dx,
+                           Quad& dy) {
     double yp[kPowerTable];
     double zp[kPowerTable];
-    fillPowers(x, s.maxI, xp);
     fillPowers(y, s.maxJ, yp);
     fillPowers(z, s.maxK, zp);
-    value = Quad{};
     dx = Quad{};
     dy = Quad{};
-    for (const Term& t : s.terms) {
-        const double px = powerOf(xp, x, t.i);
-        const double py = powerOf(yp, y, t.j);
-        const double pz = powerOf(zp, z, t.k);
-        const double m = px * py * pz;
-        // Terms without x (or y) drop out of that derivative.
-        const double mx = t.i > 0 ? t.i * powerOf(xp, x, t.i - 1) * py * pz : 0.0;
-        const double my = t.j > 0 ? t.j * px * powerOf(yp, y, t.j - 1) * pz : 0.0;
-        for (int q = 0; q < 4; ++q) {
-            value[q] += m * t.c[q];
-            dx[q] += mx * t.c[q];
-            dy[q] += my * t.c[q];
+    const Quad* blocks = s.blocks.data();
+    for (const Row& r : s.rows) {
+        const Quad* c = blocks + r.offset;
+        Quad h = c[r.count - 1];
+        Quad hd{};
+        for (size_t n = r.count - 1; n > 0; --n) {
+            hornerStep(hd, x, h);
+            hornerStep(h, x, c[n - 1]);
+        }
+        const double zk = powerOf(zp, z, r.k);
+        addScaled(dx, powerOf(yp, y, r.j) * zk, hd);
+        // A row without y drops out of the derivative by y.
+        if (r.j > 0) {
+            addScaled(dy, r.j * powerOf(yp, y, r.j - 1) * zk, h);
         }
     }
 }

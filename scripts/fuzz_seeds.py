@@ -10,8 +10,9 @@ jpeg12:        every 12-bit JPEG stream (FF D8 up to FF D9 with an SOF of precis
 j2k:           the JPEG 2000 codestreams in the shared files, from their SOC and SIZ
                markers on, at most 256 KiB of each.
 rpc:           the data of each RPC00A and RPC00B TRE in the shared files (1041 bytes after
-               its tag and length) behind a selector byte (bit 0: read as RPC00B), and one
-               state document.
+               its tag and length) behind a selector byte (bit 0: read as RPC00B), one
+               state document, and replacement sensor model documents (the same inputs go
+               to both readers).
 tre:           the data of each described TRE found in the shared files, behind the byte
                that selects its tag in fuzz_tre.cpp (its index in TRE_TAGS).
 paths:         metadata paths of every form the path language has.
@@ -23,6 +24,7 @@ Prints the number of seeds written.
 """
 import csv
 import hashlib
+import json
 import os
 import sys
 
@@ -105,6 +107,41 @@ def rpc_records(shared):
             if at >= 0:
                 yield bytes([selector]) + data[at + 11:at + 11 + 1041]
     yield b'\x03{"IID2":"x","RPC00B":{"SUCCESS":"1"}}'
+    yield from rsm_documents()
+
+
+def rsm_documents():
+    """Replacement sensor model documents: 1 x 2 sections over a small geodetic area, in
+    each ground domain."""
+    identity = {"IID": "fuzz", "EDITION": "1", "ISID": "", "SID": "S", "STID": "EO",
+                "YEAR": "2020", "MONTH": "1", "DAY": "2", "HOUR": "3", "MINUTE": "4",
+                "SECOND": "5.5", "NRG": "10", "NCG": "10", "TRG": "0.1", "TCG": "0.1",
+                "FULLR": "100", "FULLC": "200", "MINR": "0", "MAXR": "99", "MINC": "0",
+                "MAXC": "199", "IE0": "0.5", "IA0": "1.0", "SPX": "0.3", "SPY": "0.7",
+                "SPZ": "6e5", "SVX": "1e-4", "SVY": "1e-4", "SVZ": "1", "SAX": "0", "SAY": "0",
+                "SAZ": "0"}
+    for v in range(1, 9):
+        identity.update({"V%dX" % v: "0.3", "V%dY" % v: "0.7", "V%dZ" % v: str(100 * v)})
+    index = {"IID": "fuzz", "EDITION": "1", "R0": "700", "RX": "0", "RY": "-1000", "RZ": "0",
+             "RXX": "0", "RXY": "0", "RXZ": "0", "RYY": "0", "RYZ": "0", "RZZ": "0",
+             "C0": "-300", "CX": "1000", "CY": "0", "CZ": "0", "CXX": "0", "CXY": "0",
+             "CXZ": "0", "CYY": "0", "CYZ": "0", "CZZ": "0", "RNIS": "1", "CNIS": "2",
+             "TNIS": "2", "RSSIZ": "100", "CSSIZ": "100"}
+
+    def section(column):
+        return {"IID": "fuzz", "EDITION": "1", "RSN": 1, "CSN": column + 1, "RFEP": "",
+                "CFEP": "", "RNRMO": 50, "CNRMO": 50 + 100 * column, "XNRMO": 0.3 + 0.1 * column,
+                "YNRMO": 0.7, "ZNRMO": 100, "RNRMSF": 50, "CNRMSF": 50, "XNRMSF": 0.05,
+                "YNRMSF": 0.05, "ZNRMSF": 500, "RNPWRX": 1, "RNPWRY": 1, "RNPWRZ": 1,
+                "RNTRMS": 8, "RNPCF": [0, 0.01, -1, 0.02, 0.001, 0, 0, 0], "RDPWRX": 0,
+                "RDPWRY": 0, "RDPWRZ": 0, "RDTRMS": 1, "RDPCF": [1], "CNPWRX": 2, "CNPWRY": 1,
+                "CNPWRZ": 0, "CNTRMS": 6, "CNPCF": [0, 1, 0.01, 0.02, 0, 0.001], "CDPWRX": 1,
+                "CDPWRY": 0, "CDPWRZ": 0, "CDTRMS": 2, "CDPCF": [1, 0.001]}
+
+    for domain in ("G", "H", "R"):
+        document = {"RSMIDA": dict(identity, GRNDD=domain), "RSMPIA": index,
+                    "RSMPCA": [section(0), section(1)]}
+        yield b"\x02" + json.dumps(document, separators=(",", ":")).encode()
 
 
 # The tags of fuzz_tre.cpp, in its order.

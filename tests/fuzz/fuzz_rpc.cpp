@@ -1,14 +1,18 @@
 // The RPC record reader: any bytes, read either as the data of an RPC00A/RPC00B TRE cut into
 // its fixed-width fields or as a JSON state document, then the model (if one is made)
-// evaluated both ways. Nothing may crash, hang or read out of bounds.
+// evaluated both ways. The same document also goes to the replacement sensor model's
+// reader, and a model that it makes is evaluated through every operation. Nothing may
+// crash, hang or read out of bounds.
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
 #include "tessel/sensors/RPC00Model.h"
+#include "tessel/sensors/RSMPolyModel.h"
 
 namespace {
 
@@ -57,6 +61,42 @@ void exercise(const VEXASensors::RPC00Model& model) {
     (void)model.getModelState();
 }
 
+// Every operation of the model once; the CSM errors of missing data are expected.
+void exerciseRsm(const VEXASensors::RSMPolyModel& model) {
+    const auto range = model.getValidImageRange();
+    const auto heights = model.getValidHeightRange();
+    const double height = (heights.first + heights.second) / 2.0;
+    const VEXASensors::ImageCoord centre((range.first.line + range.second.line) / 2.0,
+                                         (range.first.samp + range.second.samp) / 2.0);
+    csm::WarningList warnings;
+    double achieved = 0.0;
+    const VEXASensors::LLHCoord ground =
+        model.imageToGround_llh(centre, height, 0.001, &achieved, &warnings);
+    (void)model.groundToImage_llh(ground, 0.001, nullptr, &warnings);
+    (void)model.groundToImage_llh(VEXASensors::LLHCoord(ground.lat, ground.lon, -9999.0), 0.001,
+                                  nullptr, &warnings);
+    const csm::ImageCoord corner(range.second.line, range.first.samp);
+    const csm::EcefCoord ecef = model.imageToGround(corner, height, 0.001, &achieved, &warnings);
+    (void)model.groundToImage(ecef, 0.001, nullptr, &warnings);
+    (void)model.imageToProximateImagingLocus(corner, ecef, 0.001, nullptr, &warnings);
+    (void)model.imageToRemoteImagingLocus(corner, 0.001, nullptr, &warnings);
+    (void)model.getImageTime(corner);
+    (void)model.getReferenceDateAndTime();
+    (void)model.getModelState();
+    const auto guarded = [](const auto& call) {
+        try {
+            call();
+        } catch (const std::exception&) {
+            // Missing support data is a CSM error by design.
+        }
+    };
+    guarded([&] { (void)model.getReferencePoint(); });
+    guarded([&] { (void)model.getImageSize(); });
+    guarded([&] { (void)model.getSensorPosition(corner); });
+    guarded([&] { (void)model.getSensorVelocity(corner); });
+    guarded([&] { (void)model.getIlluminationDirection(ecef); });
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -76,6 +116,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto model = VEXASensors::RPC00Model::fromDocument(document, name, nullptr);
     if (model) {
         exercise(*model);
+    }
+    const nlohmann::json rsmDocument =
+        (data[0] & 2) != 0 ? document : nlohmann::json::parse(rest, nullptr, false);
+    const auto rsm = VEXASensors::RSMPolyModel::fromDocument(rsmDocument, nullptr);
+    if (rsm) {
+        exerciseRsm(*rsm);
     }
     return 0;
 }

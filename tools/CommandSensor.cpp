@@ -203,8 +203,10 @@ Command sensorCommand() {
             "A point that can't be mapped gives an empty line (null with --json) and the\n"
             "command goes on. --json writes one JSON object per point. --info lists the models\n"
             "that can be built for the image and the chosen one's parameters. --model picks a\n"
-            "model by name (VEXA_RPC_A, VEXA_RPC_B, ...); otherwise the first in the sensor\n"
-            "factory's order is used. Numbers are written with 17 significant digits.",
+            "model by name: VEXA_RPC_A, VEXA_RPC_B (rational polynomials), VEXA_RSM_POLY\n"
+            "(replacement sensor model), VEXA_4C_IGEOLO, VEXA_4C_BLOCKA, VEXA_4C_CSCRNA (image\n"
+            "corners), or a plug-in's; otherwise the first in the sensor factory's order is\n"
+            "used. Numbers are written with 17 significant digits.",
             runSensor};
 }
 

@@ -156,6 +156,47 @@ TEST(ThreadPoolConcurrency, WorkerWaitingForALockRunsOtherQueuedTasks) {
     EXPECT_TRUE(futures.empty());
 }
 
+// Every task waits for one lock that the test holds: each waiting task runs the next one on
+// its stack, but never deeper than the pool's bound, and all finish once the lock is free.
+TEST(ThreadPoolConcurrency, TasksWaitingForOneLockNestNoDeeperThanTheBound) {
+    PoolThreads threads(2);
+    TestPool<> pool(threads);
+    std::mutex block;
+    std::unique_lock held(block);
+    thread_local int running = 0;
+    std::atomic<int> deepest{0};
+    std::atomic<int> started{0};
+    constexpr int kTasks = 400;
+    auto futures = pool.queue_tasks([&] {
+        Pool::task_list tasks;
+        for (int id = 0; id < kTasks; ++id) {
+            tasks.emplace_back(
+                id, Task([&](execution_context& context) {
+                    ++running;
+                    ++started;
+                    int seen = deepest.load();
+                    while (running > seen && !deepest.compare_exchange_weak(seen, running)) {
+                    }
+                    std::unique_lock lock(block, std::defer_lock);
+                    context.acquire(lock);
+                    --running;
+                    return 0;
+                }));
+        }
+        return tasks;
+    });
+    // Both workers stop taking tasks at the bound; the rest wait in the queue.
+    ASSERT_TRUE(eventually([&] { return started.load() == 2 * Pool::max_nesting; }));
+    std::this_thread::sleep_for(20ms);
+    EXPECT_EQ(started.load(), 2 * Pool::max_nesting);
+    EXPECT_EQ(deepest.load(), Pool::max_nesting);
+    held.unlock();
+    for (const auto& [id, future] : futures) {
+        ASSERT_EQ(future.wait_for(5s), std::future_status::ready) << id;
+    }
+    EXPECT_EQ(started.load(), kTasks);
+}
+
 TEST(ThreadPoolConcurrency, StopReturnsAtOnceAndUnrunTasksBreakTheirPromise) {
     PoolThreads threads(2);
     auto pool = std::make_unique<TestPool<>>(threads);

@@ -247,9 +247,26 @@ private:
         return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
     }
 
+public:
+    // How deep tasks may nest on one thread. A task that waits for a lock runs the next
+    // queued task on its own stack, and that one may wait too: a queue of tasks that all
+    // wait for one lock would nest until the stack runs out. Past this depth a waiting task
+    // only yields until its lock is free.
+    static constexpr int max_nesting = 16;
+
+private:
+    static int& nesting_depth() {
+        thread_local int depth = 0;
+        return depth;
+    }
+
     // Runs the first queued task, if there is one, with the lock released. False when the
-    // queue was empty.
+    // queue was empty or this thread already runs tasks nested `max_nesting` deep.
     static bool run_one(internals& in, execution_context& context) {
+        int& depth = nesting_depth();
+        if (depth >= max_nesting) {
+            return false;
+        }
         std::unique_lock lock(in.mutex);
         if (in.queue.empty()) {
             return false;
@@ -257,6 +274,13 @@ private:
         task_type task = std::move(in.queue.front());
         in.queue.pop_front();
         lock.unlock();
+        struct Nested {
+            int& depth;
+            explicit Nested(int& d) : depth(++d) {}
+            ~Nested() { --depth; }
+            Nested(const Nested&) = delete;
+            Nested& operator=(const Nested&) = delete;
+        } nested(depth);
         task(context);
         return true;
     }

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tessel/core/NITFMessages.h"
@@ -79,9 +80,38 @@ inline int fuzzImagesOf(const uint8_t* data, size_t size, const std::filesystem:
     return 0;
 }
 
-// Of an image with pixels: its first block, the whole image shrunk to at most `largestSide`
-// pixels a side in its first `mostBands` bands, and a window at its far corner. False, with
-// nothing read, for an image without pixels.
+// A region read queues every tile under its window, so the cost of a read grows with the
+// window's tiles and not with its output size: a window of 658,185 tiles (an image claiming 65
+// million columns in 100-column blocks) takes seconds. The reads below keep to windows of at
+// most this many tiles, so that each input stays within libFuzzer's time limit.
+constexpr uint64_t kMostTilesPerRead = 16384;
+
+// Tiles under a window of `width` by `height` pixels from the origin.
+inline uint64_t tilesUnder(const Tessel::NITFImage& image, uint64_t width, uint64_t height) {
+    const uint64_t blockWidth = std::max<uint32_t>(1, image.getBlockWidth());
+    const uint64_t blockHeight = std::max<uint32_t>(1, image.getBlockHeight());
+    return ((width + blockWidth - 1) / blockWidth) * ((height + blockHeight - 1) / blockHeight);
+}
+
+// The largest window from the origin, within the image, of at most kMostTilesPerRead tiles:
+// the whole image when it fits, else whole rows of tiles, else part of the first tile row.
+inline std::pair<uint32_t, uint32_t> boundedWindow(const Tessel::NITFImage& image) {
+    const uint64_t blockWidth = std::max<uint32_t>(1, image.getBlockWidth());
+    const uint64_t blockHeight = std::max<uint32_t>(1, image.getBlockHeight());
+    const uint64_t tilesAcross = (image.getWidth() + blockWidth - 1) / blockWidth;
+    if (tilesAcross <= kMostTilesPerRead) {
+        const uint64_t rows = kMostTilesPerRead / tilesAcross * blockHeight;
+        return {image.getWidth(),
+                static_cast<uint32_t>(std::min<uint64_t>(image.getHeight(), rows))};
+    }
+    return {static_cast<uint32_t>(kMostTilesPerRead * blockWidth),
+            std::min<uint32_t>(image.getHeight(), static_cast<uint32_t>(blockHeight))};
+}
+
+// Of an image with pixels: its first block, the largest window from the origin of at most
+// kMostTilesPerRead tiles (the whole image, mostly) shrunk to at most `largestSide` pixels a
+// side in its first `mostBands` bands, and a window at its far corner. False, with nothing
+// read, for an image without pixels.
 inline bool readShrunk(Tessel::NITFImage& image, uint32_t largestSide, uint32_t mostBands) {
     const uint32_t width = image.getWidth();
     const uint32_t height = image.getHeight();
@@ -94,9 +124,11 @@ inline bool readShrunk(Tessel::NITFImage& image, uint32_t largestSide, uint32_t 
     for (uint32_t band = 0; band < std::min<uint32_t>(image.getNumBands(), mostBands); ++band) {
         bands.push_back(static_cast<int>(band));
     }
+    const auto [windowWidth, windowHeight] = boundedWindow(image);
+    image.readRegionViaPixels(0, 0, windowWidth, windowHeight, std::min(windowWidth, largestSide),
+                              std::min(windowHeight, largestSide), bands, out);
     const uint32_t outWidth = std::min(width, largestSide);
     const uint32_t outHeight = std::min(height, largestSide);
-    image.readRegionViaPixels(0, 0, width, height, outWidth, outHeight, bands, out);
     image.readRegionViaPixels(width - outWidth, height - outHeight, outWidth, outHeight, outWidth,
                               outHeight, {0}, out);
     return true;

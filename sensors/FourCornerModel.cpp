@@ -135,15 +135,6 @@ std::vector<double> FourCornerModel::getCrossCovarianceMatrix(const csm::Geometr
     throwParameterNotFound(fcm::fourCornerFunction("getCrossCovarianceMatrix"));
 }
 
-csm::ImageCoordCovar FourCornerModel::groundToImage(const csm::EcefCoordCovar& groundPt,
-                                                    double desiredPrecision,
-                                                    double* achievedPrecision,
-                                                    csm::WarningList* warnings) const {
-    const csm::ImageCoord plain = groundToImage(static_cast<const csm::EcefCoord&>(groundPt),
-                                                desiredPrecision, achievedPrecision, warnings);
-    return csm::ImageCoordCovar(plain.line, plain.samp);
-}
-
 // The mapping is closed-form: the precision arguments play no part.
 csm::ImageCoord FourCornerModel::groundToImage(const csm::EcefCoord& groundPt,
                                                double /*desiredPrecision*/,
@@ -155,16 +146,6 @@ csm::ImageCoord FourCornerModel::groundToImage(const csm::EcefCoord& groundPt,
     gx_xyz_to_lph(kWgs84A, kWgs84E2, groundPt.x, groundPt.y, groundPt.z, &lambda, &phi, &h);
     const auto [line, sample] = inverse(lambda * kRadToDeg, phi * kRadToDeg);
     return csm::ImageCoord(line, sample);
-}
-
-csm::EcefCoordCovar FourCornerModel::imageToGround(const csm::ImageCoordCovar& imagePt,
-                                                   double height, double /*heightVariance*/,
-                                                   double desiredPrecision,
-                                                   double* achievedPrecision,
-                                                   csm::WarningList* warnings) const {
-    const csm::EcefCoord plain = imageToGround(static_cast<const csm::ImageCoord&>(imagePt), height,
-                                               desiredPrecision, achievedPrecision, warnings);
-    return csm::EcefCoordCovar(plain.x, plain.y, plain.z);
 }
 
 csm::EcefCoord FourCornerModel::imageToGround(const csm::ImageCoord& imagePt, double height,

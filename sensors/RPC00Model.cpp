@@ -343,14 +343,6 @@ std::vector<double> RPC00Model::getCrossCovarianceMatrix(const csm::GeometricMod
     throwParameterNotFound(std::string(rpcm::kRpcClass) + "getCrossCovarianceMatrix");
 }
 
-csm::ImageCoordCovar RPC00Model::groundToImage(const csm::EcefCoordCovar& groundPt,
-                                               double desiredPrecision, double* achievedPrecision,
-                                               csm::WarningList* warnings) const {
-    const csm::ImageCoord plain = groundToImage(static_cast<const csm::EcefCoord&>(groundPt),
-                                                desiredPrecision, achievedPrecision, warnings);
-    return csm::ImageCoordCovar(plain.line, plain.samp);
-}
-
 // The precision is ignored: the forward function is exact.
 csm::ImageCoord RPC00Model::groundToImage(const csm::EcefCoord& groundPt,
                                           double /*desiredPrecision*/,
@@ -364,15 +356,6 @@ csm::ImageCoord RPC00Model::groundToImage(const csm::EcefCoord& groundPt,
     double image[3] = {};
     forward(ground, image);
     return csm::ImageCoord(image[1], image[0]);
-}
-
-csm::EcefCoordCovar RPC00Model::imageToGround(const csm::ImageCoordCovar& imagePt, double height,
-                                              double /*heightVariance*/, double desiredPrecision,
-                                              double* achievedPrecision,
-                                              csm::WarningList* warnings) const {
-    const csm::EcefCoord plain = imageToGround(static_cast<const csm::ImageCoord&>(imagePt), height,
-                                               desiredPrecision, achievedPrecision, warnings);
-    return csm::EcefCoordCovar(plain.x, plain.y, plain.z);
 }
 
 csm::EcefCoord RPC00Model::imageToGround(const csm::ImageCoord& imagePt, double height,

@@ -405,14 +405,6 @@ bool RSMPolyModel::inverse(const double image[3], double ground[3], double desir
 
 // --- CSM operations -------------------------------------------------------------------
 
-csm::ImageCoordCovar RSMPolyModel::groundToImage(const csm::EcefCoordCovar& groundPt,
-                                                 double desiredPrecision, double* achievedPrecision,
-                                                 csm::WarningList* warnings) const {
-    const csm::ImageCoord plain = groundToImage(static_cast<const csm::EcefCoord&>(groundPt),
-                                                desiredPrecision, achievedPrecision, warnings);
-    return csm::ImageCoordCovar(plain.line, plain.samp);
-}
-
 csm::ImageCoord RSMPolyModel::groundToImage(const csm::EcefCoord& groundPt, double desiredPrecision,
                                             double* /*achievedPrecision*/,
                                             csm::WarningList* warnings) const {
@@ -423,15 +415,6 @@ csm::ImageCoord RSMPolyModel::groundToImage(const csm::EcefCoord& groundPt, doub
     double image[3] = {};
     forward(ground, image, "GroundToImage", warnings);
     return csm::ImageCoord(image[1], image[0]);
-}
-
-csm::EcefCoordCovar RSMPolyModel::imageToGround(const csm::ImageCoordCovar& imagePt, double height,
-                                                double /*heightVariance*/, double desiredPrecision,
-                                                double* achievedPrecision,
-                                                csm::WarningList* warnings) const {
-    const csm::EcefCoord plain = imageToGround(static_cast<const csm::ImageCoord&>(imagePt), height,
-                                               desiredPrecision, achievedPrecision, warnings);
-    return csm::EcefCoordCovar(plain.x, plain.y, plain.z);
 }
 
 csm::EcefCoord RSMPolyModel::imageToGround(const csm::ImageCoord& imagePt, double height,

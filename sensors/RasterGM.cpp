@@ -203,6 +203,23 @@ void RasterGM::setParameter(int index, const Parameter& parameter) {
     writableParameterAt(index, "setParameter") = parameter;
 }
 
+csm::ImageCoordCovar RasterGM::groundToImage(const csm::EcefCoordCovar& groundPt,
+                                             double desiredPrecision, double* achievedPrecision,
+                                             csm::WarningList* warnings) const {
+    const csm::ImageCoord plain = groundToImage(static_cast<const csm::EcefCoord&>(groundPt),
+                                                desiredPrecision, achievedPrecision, warnings);
+    return csm::ImageCoordCovar(plain.line, plain.samp);
+}
+
+csm::EcefCoordCovar RasterGM::imageToGround(const csm::ImageCoordCovar& imagePt, double height,
+                                            double /*heightVariance*/, double desiredPrecision,
+                                            double* achievedPrecision,
+                                            csm::WarningList* warnings) const {
+    const csm::EcefCoord plain = imageToGround(static_cast<const csm::ImageCoord&>(imagePt), height,
+                                               desiredPrecision, achievedPrecision, warnings);
+    return csm::EcefCoordCovar(plain.x, plain.y, plain.z);
+}
+
 csm::EcefVector RasterGM::getIlluminationDirection(const csm::EcefCoord& /*groundPt*/) const {
     throwNotImplemented();
 }

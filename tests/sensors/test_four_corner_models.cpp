@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "sensors/CovarianceForms.h"
 #include "support/FileTestSupport.h"
 #include "support/ImageFileBuilder.h"
 #include "tessel/core/NITFMessages.h"
@@ -221,6 +222,12 @@ TEST(FourCornerModel, EarthCentredMappingAgreesWithTheGeodeticOne) {
         std::sqrt(locus.direction.x * locus.direction.x + locus.direction.y * locus.direction.y +
                   locus.direction.z * locus.direction.z);
     EXPECT_NEAR(length, 100.0, 1e-6);
+}
+
+TEST(FourCornerModel, CovarianceFormsAnswerAsThePlainFormsWithZeroCovariance) {
+    const auto model = blockaModel(twisted);
+    ASSERT_TRUE(model);
+    covariance_test::expectCovarianceFormsMatchPlainForms(*model, csm::ImageCoord(300, 700), 250.0);
 }
 
 TEST(BLOCKAModel, LocationOfAnotherLengthGivesLatitudeAndLongitudeZero) {

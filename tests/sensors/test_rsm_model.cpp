@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "sensors/CovarianceForms.h"
 #include "sensors/RsmTestModels.h"
 #include "tessel/core/Options.h"
 #include "tessel/csm/Error.h"
@@ -94,6 +95,12 @@ TEST(RSMPolyModel, GroundToImageAndBackAgreeInEverySection) {
         }
     }
     EXPECT_EQ(checked, 48u);
+}
+
+TEST(RSMPolyModel, CovarianceFormsAnswerAsThePlainFormsWithZeroCovariance) {
+    const auto model = modelOf({});
+    ASSERT_TRUE(model);
+    covariance_test::expectCovarianceFormsMatchPlainForms(*model, csm::ImageCoord(400, 600), 100.0);
 }
 
 TEST(RSMPolyModel, UndefinedHeightIsEvaluatedAtNormalisedHeightZero) {

@@ -41,17 +41,12 @@ public:
         const csm::GeometricModel& comparisonModel, csm::param::Set pSet = csm::param::VALID,
         const GeometricModelList& otherModels = GeometricModelList()) const override;
 
-    csm::ImageCoordCovar groundToImage(const csm::EcefCoordCovar& groundPt,
-                                       double desiredPrecision = 0.001,
-                                       double* achievedPrecision = nullptr,
-                                       csm::WarningList* warnings = nullptr) const override;
+    // The covariance forms are the base's.
+    using RasterGM::groundToImage;
+    using RasterGM::imageToGround;
     csm::ImageCoord groundToImage(const csm::EcefCoord& groundPt, double desiredPrecision = 0.001,
                                   double* achievedPrecision = nullptr,
                                   csm::WarningList* warnings = nullptr) const override;
-    csm::EcefCoordCovar imageToGround(const csm::ImageCoordCovar& imagePt, double height,
-                                      double heightVariance, double desiredPrecision = 0.001,
-                                      double* achievedPrecision = nullptr,
-                                      csm::WarningList* warnings = nullptr) const override;
     csm::EcefCoord imageToGround(const csm::ImageCoord& imagePt, double height,
                                  double desiredPrecision = 0.001,
                                  double* achievedPrecision = nullptr,

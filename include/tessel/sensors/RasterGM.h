@@ -60,6 +60,19 @@ public:
     Parameter getParameter(int index) const override;
     void setParameter(int index, const Parameter& parameter) override;
 
+    // The covariance forms answer as the plain forms do, with a covariance of zero: no model
+    // of this library carries error terms.
+    using csm::RasterGM::groundToImage;
+    using csm::RasterGM::imageToGround;
+    csm::ImageCoordCovar groundToImage(const csm::EcefCoordCovar& groundPt,
+                                       double desiredPrecision = 0.001,
+                                       double* achievedPrecision = nullptr,
+                                       csm::WarningList* warnings = nullptr) const override;
+    csm::EcefCoordCovar imageToGround(const csm::ImageCoordCovar& imagePt, double height,
+                                      double heightVariance, double desiredPrecision = 0.001,
+                                      double* achievedPrecision = nullptr,
+                                      csm::WarningList* warnings = nullptr) const override;
+
     csm::EcefVector getIlluminationDirection(const csm::EcefCoord& groundPt) const override;
     double getImageTime(const csm::ImageCoord& imagePt) const override;
     csm::EcefCoord getSensorPosition(double time) const override;

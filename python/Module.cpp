@@ -68,8 +68,10 @@ void defineImage(py::module_& module) {
              "Value counts and statistics of one band.")
         .def("path", &PyImage::path, "path"_a, "The value of a metadata path of this image.")
         .def("sensor", &PyImage::sensor, "model"_a = "",
-             "The image's RPC sensor model (\"RPC00B\" or \"RPC00A\"; the one present by "
-             "default).")
+             "A sensor model of this image, read from its own support data: \"RPC00B\",\n"
+             "\"RPC00A\" or a model name (VEXA_RPC_B, VEXA_RPC_A, VEXA_RSM_POLY,\n"
+             "VEXA_4C_BLOCKA, VEXA_4C_CSCRNA, VEXA_4C_IGEOLO); by default the first of these\n"
+             "the image has.")
         .def("__repr__", &PyImage::repr);
 }
 

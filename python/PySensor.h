@@ -1,6 +1,6 @@
 #pragma once
-// tessel.Sensor: the RPC sensor model of an image, ground to image and back, vectorised
-// over numpy arrays.
+// tessel.Sensor: a sensor model of an image (rational polynomials, replacement sensor model
+// or image corners), ground to image and back, vectorised over numpy arrays.
 
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
@@ -11,15 +11,17 @@
 #include "PyFile.h"
 
 namespace VEXASensors {
-class RPC00Model;
+class RasterGM;
 }
 
 namespace tessel_python {
 
 class PySensor {
 public:
-    // `model` is "RPC00B", "RPC00A", a model name of the library, or empty for the RPC TRE
-    // the image has (RPC00B before RPC00A).
+    // `model` is "RPC00B", "RPC00A" or a model name of the library ("VEXA_RPC_B",
+    // "VEXA_RPC_A", "VEXA_RSM_POLY", "VEXA_4C_BLOCKA", "VEXA_4C_CSCRNA", "VEXA_4C_IGEOLO").
+    // Empty takes the first that the image's own support data gives, in that order. The
+    // models are read from this image, never from another image of the file.
     PySensor(std::shared_ptr<OpenedFile> opened, const std::string& model);
 
     std::string name() const;
@@ -32,7 +34,7 @@ public:
 
 private:
     std::shared_ptr<OpenedFile> opened_;
-    std::shared_ptr<VEXASensors::RPC00Model> model_;
+    std::shared_ptr<VEXASensors::RasterGM> model_;
 };
 
 }  // namespace tessel_python

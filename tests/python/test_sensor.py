@@ -1,6 +1,13 @@
-"""The RPC sensor model of an image, vectorised over numpy arrays: ground to image equals the
+"""The sensor models of an image, vectorised over numpy arrays: ground to image equals the
 RPC00B polynomials evaluated here from GDAL's own reading of the TRE (its "RPC" metadata
-domain), and image to ground inverts it."""
+domain), and the replacement sensor model equals an independent numpy evaluation of the RSM
+equations on files GDAL writes; image to ground inverts them; corner models map the corners;
+and each image answers with its own support data."""
+
+import json
+import subprocess
+import sys
+from pathlib import Path
 
 import numpy as np
 import pytest
@@ -92,6 +99,55 @@ def test_numbers_in_give_numbers_out(sample_file):
     assert lines[0] == pytest.approx(line)
 
 
-def test_image_without_rpc_raises(sample_file):
+def test_image_without_rpc_refuses_an_rpc_model_and_not_from_another_image(sample_file):
+    opened = tessel.open(str(sample_file))
+    assert opened.image(0).sensor("RPC00B").name == "VEXA_RPC_B"
     with pytest.raises(tessel.Error, match="RPC00B"):
-        tessel.open(str(sample_file)).image(1).sensor()
+        opened.image(1).sensor("RPC00B")
+
+
+def test_unknown_model_name_is_refused_with_the_names_known(sample_file):
+    with pytest.raises(tessel.Error, match="no sensor model VEXA_NONE .*VEXA_RSM_POLY"):
+        tessel.open(str(sample_file)).image(0).sensor("VEXA_NONE")
+
+
+def test_image_with_corners_only_gets_its_corner_model(sample_file):
+    # The second image of the sample has decimal corners and no TRE of a model.
+    image = tessel.open(str(sample_file)).image(1)
+    sensor = image.sensor()
+    assert sensor.name == "VEXA_4C_IGEOLO"
+    line, sample = sensor.to_image(46.215, 6.140)
+    assert line == pytest.approx(0.0, abs=1e-9) and sample == pytest.approx(0.0, abs=1e-9)
+    lat, lon = sensor.to_ground(np.array([0.0, image.height]), np.array([0.0, image.width]))
+    np.testing.assert_allclose(lat, [46.215, 46.200], rtol=0, atol=1e-9)
+    np.testing.assert_allclose(lon, [6.140, 6.155], rtol=0, atol=1e-9)
+
+
+@pytest.fixture(scope="module")
+def rsm_reference(gdal, tmp_path_factory):
+    """Files with RSM support data written by GDAL, and the reference image points of each."""
+    folder = tmp_path_factory.mktemp("rsm")
+    script = Path(__file__).resolve().parent.parent / "sensors" / "rsm_reference.py"
+    made = subprocess.run([sys.executable, str(script), str(folder)], check=True,
+                          capture_output=True, text=True)
+    return json.loads(made.stdout)["files"]
+
+
+def test_rsm_to_image_equals_the_reference_equations(rsm_reference):
+    checked = 0
+    for made in rsm_reference:
+        sensor = tessel.open(made["path"]).image(0).sensor()
+        assert sensor.name == "VEXA_RSM_POLY", made["path"]
+        points = np.array(made["points"], dtype=float)
+        lat, lon, height = points[:, 0], points[:, 1], points[:, 2]
+        line, sample = sensor.to_image(lat, lon, height)
+        np.testing.assert_allclose(line, points[:, 4], rtol=0, atol=1e-6, err_msg=made["path"])
+        np.testing.assert_allclose(sample, points[:, 5], rtol=0, atol=1e-6, err_msg=made["path"])
+        # The rectangular domain holds the Earth-centred z fixed, the others the height. The
+        # inversion stops within its default precision of 0.001 pixel.
+        held = points[:, 3] if made["domain"] == "R" else height
+        back_lat, back_lon = sensor.to_ground(line, sample, held)
+        np.testing.assert_allclose(back_lat, lat, rtol=0, atol=1e-6, err_msg=made["path"])
+        np.testing.assert_allclose(back_lon, lon, rtol=0, atol=1e-6, err_msg=made["path"])
+        checked += len(points)
+    assert checked > 0

@@ -9,8 +9,13 @@
 #include <atomic>
 #include <cstdint>
 #include <exception>
+#include <filesystem>
+#include <fstream>
+#include <new>
 #include <string>
 #include <vector>
+
+#include <sys/resource.h>
 
 #include "support/FileTestSupport.h"
 #include "support/ImageFileBuilder.h"
@@ -115,6 +120,38 @@ std::string recordlessMask() {
            std::string(64, '\x05');
 }
 
+// Writes the file into `folder`, opens the image, reads the first and the last claimed block
+// of every band, and returns the factory's block table length (0 when the image refused to
+// open, SIZE_MAX when the file didn't).
+size_t openAndReadClaim(const std::filesystem::path& folder, const image_test::ImageLayout& layout,
+                        size_t& fileBytes) {
+    const auto path = folder / "claim.ntf";
+    const std::string bytes = image_test::ImageFileBuilder().add(layout).bytes();
+    fileBytes = bytes.size();
+    file_test::writeFile(path, bytes);
+    image_test::OpenImage opened;
+    try {
+        opened = image_test::openImage(path);
+    } catch (const std::exception&) {
+        return 0;  // the image refused to open: no table at all
+    }
+    if (!opened.image) {
+        return SIZE_MAX;
+    }
+    const auto* factory = dynamic_cast<const NITFTileFactory*>(opened->getTileFactory());
+    if (factory == nullptr) {
+        return SIZE_MAX;
+    }
+    EXPECT_EQ(factory->getBlocksX(), 9999U);
+    EXPECT_EQ(factory->getBlocksY(), 9999U);
+    std::vector<uint8_t> block;
+    for (uint32_t band = 0; band < factory->getNumBands(); ++band) {
+        opened->readBlock(0, 0, static_cast<int>(band), block);
+        opened->readBlock(9998, 9998, static_cast<int>(band), block);
+    }
+    return factory->getBlockTable().size();
+}
+
 class ClaimedSizes : public ::testing::Test {
 protected:
     void TearDown() override {
@@ -122,35 +159,8 @@ protected:
         TilePool::get()->clearCache(nullptr);
     }
 
-    // Opens the image, reads the first and the last claimed block of every band, and
-    // returns the factory's block table length (0 when the image refused to open, SIZE_MAX
-    // when the file didn't).
     size_t openAndRead(const image_test::ImageLayout& layout, size_t& fileBytes) {
-        const auto path = dir_.path() / "claim.ntf";
-        const std::string bytes = image_test::ImageFileBuilder().add(layout).bytes();
-        fileBytes = bytes.size();
-        file_test::writeFile(path, bytes);
-        image_test::OpenImage opened;
-        try {
-            opened = image_test::openImage(path);
-        } catch (const std::exception&) {
-            return 0;  // the image refused to open: no table at all
-        }
-        if (!opened.image) {
-            return SIZE_MAX;
-        }
-        const auto* factory = dynamic_cast<const NITFTileFactory*>(opened->getTileFactory());
-        if (factory == nullptr) {
-            return SIZE_MAX;
-        }
-        EXPECT_EQ(factory->getBlocksX(), 9999U);
-        EXPECT_EQ(factory->getBlocksY(), 9999U);
-        std::vector<uint8_t> block;
-        for (uint32_t band = 0; band < factory->getNumBands(); ++band) {
-            opened->readBlock(0, 0, static_cast<int>(band), block);
-            opened->readBlock(9998, 9998, static_cast<int>(band), block);
-        }
-        return factory->getBlockTable().size();
+        return openAndReadClaim(dir_.path(), layout, fileBytes);
     }
 
     void expectBoundedAllocations(const LargestAllocation& watch, size_t fileBytes) {
@@ -256,4 +266,69 @@ TEST_F(ClaimedSizes, ComplexImageClaimingHundredMillionColumnsMakesNoStripOfThat
     if (watch.available()) {
         EXPECT_LT(watch.largest(), kClaimAllocationLimit);
     }
+}
+
+namespace {
+
+// The process's address space now, from /proc/self/status (VmSize, in kB); 0 when unknown.
+rlim_t currentAddressSpace() {
+    std::ifstream status("/proc/self/status");
+    std::string key;
+    while (status >> key) {
+        if (key == "VmSize:") {
+            rlim_t kilobytes = 0;
+            status >> kilobytes;
+            return kilobytes * 1024;
+        }
+        status.ignore(4096, '\n');
+    }
+    return 0;
+}
+
+// Opens and reads every claiming file with the address space limited to what the process
+// holds plus `headroom`, far below what the claims would take; 0 when every file opened or
+// was refused cleanly. Any allocation by claim fails here, and under a sanitizer ends the
+// process.
+int readClaimsUnderAddressSpaceLimit(rlim_t headroom) {
+    const rlim_t now = currentAddressSpace();
+    if (now == 0) {
+        return 2;
+    }
+    const rlimit limit{now + headroom, now + headroom};
+    if (setrlimit(RLIMIT_AS, &limit) != 0) {
+        return 3;
+    }
+    int failures = 0;
+    {
+        file_test::TempDir dir;
+        const image_test::ImageLayout layouts[] = {
+            claimingGrid("NC", "B", 1, std::string(64, '\x07')),
+            claimingGrid("NC", "S", 2, std::string(64 * 2, '\x07')),
+            claimingGrid("NM", "B", 1, recordlessMask()),
+            claimingGrid("C1", "B", 1, std::string(40, '\x01')),
+            claimingGrid("C3", "B", 1, std::string(40, '\x01')),
+        };
+        for (const auto& layout : layouts) {
+            size_t fileBytes = 0;
+            try {
+                if (openAndReadClaim(dir.path(), layout, fileBytes) == SIZE_MAX) {
+                    ++failures;
+                }
+            } catch (const std::bad_alloc&) {
+                ++failures;
+            }
+            NITFFactory::get().clearCache();
+            TilePool::get()->clearCache(nullptr);
+        }
+    }
+    return failures == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+// The claims ask for 1.6 GB and more; the child has 768 MB to spare.
+TEST(ClaimedSizesUnderLimit, ClaimingFilesOpenAndReadWithinAnAddressSpaceLimit) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(std::exit(readClaimsUnderAddressSpaceLimit(rlim_t{768} << 20)),
+                ::testing::ExitedWithCode(0), "");
 }
